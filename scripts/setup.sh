@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that building and testing need. As root it
+# installs what is missing with apt-get; otherwise it names the packages to
+# install and fails.
+set -euo pipefail
+
+required=(cmake ninja-build g++ pkg-config binutils util-linux rapidjson-dev libattr1-dev
+          libgtest-dev libbenchmark-dev)
+# clang for the fuzz targets (the test command skips them without it),
+# valgrind for the instruction counts of the benchmarks.
+optional=(clang libclang-rt-14-dev valgrind)
+
+missing=()
+for package in "${required[@]}" "${optional[@]}"; do
+    status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
+    [[ "$status" == "installed" ]] || missing+=("$package")
+done
+if ((${#missing[@]} == 0)); then
+    exit 0
+fi
+
+if [[ $(id -u) -ne 0 ]]; then
+    echo "Missing packages: ${missing[*]}" >&2
+    echo "Install them with: sudo apt-get install ${missing[*]}" >&2
+    exit 1
+fi
+
+echo "Installing: ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+apt-get update -qq
+install_packages() { apt-get install -y -qq --no-install-recommends "$@" >/dev/null; }
+install_packages "${missing[@]}" || {
+    # Optional packages must not stand in the way of the required ones.
+    for package in "${missing[@]}"; do
+        if printf '%s\n' "${required[@]}" | grep -qx "$package"; then
+            install_packages "$package"
+        else
+            install_packages "$package" || echo "Optional package $package could not be installed" >&2
+        fi
+    done
+}

@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# The test command. Installs what is missing, builds with warnings as errors,
+# runs the whole suite in a normal build, runs each fuzz target briefly (when
+# clang is there) and runs the whole suite again under AddressSanitizer and
+# UndefinedBehaviorSanitizer.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/setup.sh
+
+run_suite() {
+    cmake --preset "$1" >/dev/null
+    cmake --build --preset "$1"
+    ctest --preset "$1"
+}
+
+run_suite ci
+
+if command -v clang++ >/dev/null; then
+    cmake --preset ci-fuzz >/dev/null
+    cmake --build --preset ci-fuzz
+    fuzz/run-fuzzers.sh build/ci-fuzz "${QDX_FUZZ_SECONDS:-20}"
+else
+    echo "clang++ not found: fuzz targets not run"
+fi
+
+run_suite ci-asan
