@@ -1,0 +1,13 @@
+// The whole exported interface of libQdxSDKWrapper.
+#ifndef QDX_DESKTOP_SDK_H
+#define QDX_DESKTOP_SDK_H
+
+#include "JsonKeyPath.h"
+#include "JsonValue.h"
+#include "JsonValueConversion.h"
+#include "JsonValueImpl.h"
+#include "QdxExport.h"
+#include "QdxString.h"
+#include "QdxStringImpl.h"
+
+#endif

@@ -1,0 +1,162 @@
+#include "values/JsonTextReader.h"
+
+#include "values/JsonNumberText.h"
+#include "values/JsonValueAccess.h"
+#include "values/RapidJson.h"
+
+#include <cstring>
+#include <vector>
+
+namespace Norvane {
+namespace QDXDesktopSDK {
+
+void ResetJsonValue(JsonValueImpl& value)
+{
+    value.m_type = JsonValueImpl::TypeContainer;
+    value.m_number = 0.0;
+    value.m_text.clear();
+    value.m_elements.clear();
+    value.m_members.clear();
+}
+
+namespace {
+
+// Strings and keys end at their first zero byte.
+std::size_t TextLength(char const* text, QdxRapidJson::SizeType length)
+{
+    return strnlen(text, length);
+}
+
+// Receives the parser's events and builds the tree in place. Every value
+// lands in a slot: the root, a new array element or the member named by the
+// last key (a repeated key reuses its member, so the later value wins).
+class TreeBuilder {
+public:
+    explicit TreeBuilder(JsonValueImpl& root) : m_root(root) {}
+
+    bool Null()
+    {
+        if (m_open.empty())
+            m_root.m_type = JsonValueImpl::TypeNull;
+        else
+            NextSlot().Clear();
+        return true;
+    }
+
+    bool Bool(bool flag)
+    {
+        JsonValueImpl& value = NextValue();
+        value.m_type = JsonValueImpl::TypeBoolean;
+        value.m_number = flag ? 1.0 : 0.0;
+        return true;
+    }
+
+    // Numbers arrive as their text (see kJsonParseFlags).
+    bool RawNumber(char const* text, QdxRapidJson::SizeType length, bool)
+    {
+        double number;
+        if (!JsonNumberFromText(text, length, number))
+            return false;
+        JsonValueImpl& value = NextValue();
+        value.m_type = JsonValueImpl::TypeNumber;
+        value.m_number = number;
+        return true;
+    }
+    bool Int(int) { return false; }
+    bool Uint(unsigned) { return false; }
+    bool Int64(int64_t) { return false; }
+    bool Uint64(uint64_t) { return false; }
+    bool Double(double) { return false; }
+
+    bool String(char const* text, QdxRapidJson::SizeType length, bool)
+    {
+        JsonValueImpl& value = NextValue();
+        value.m_type = JsonValueImpl::TypeString;
+        value.m_text.assign(text, TextLength(text, length));
+        return true;
+    }
+
+    bool StartObject() { return Open(true); }
+    bool StartArray() { return Open(false); }
+
+    bool Key(char const* text, QdxRapidJson::SizeType length, bool)
+    {
+        auto& members = m_open.back().value->m_members;
+        std::string key(text, TextLength(text, length));
+        // Keys usually arrive in order (the library writes them so): append at the end then.
+        if (members.empty() || members.rbegin()->first < key)
+            m_open.back().member = &members.emplace_hint(members.end(), std::move(key), JsonValue())->second;
+        else
+            m_open.back().member = &members[key];
+        return true;
+    }
+
+    bool EndObject(QdxRapidJson::SizeType)
+    {
+        m_open.pop_back();
+        return true;
+    }
+
+    bool EndArray(QdxRapidJson::SizeType)
+    {
+        m_open.pop_back();
+        return true;
+    }
+
+private:
+    struct OpenContainer {
+        JsonValueImpl* value;
+        bool isObject;
+        JsonValue* member;  // the slot named by the last key of an object
+    };
+
+    bool Open(bool isObject)
+    {
+        if (m_open.size() >= static_cast<std::size_t>(kMaxJsonNesting))
+            return false;
+        m_open.push_back({&NextValue(), isObject, nullptr});
+        return true;
+    }
+
+    JsonValue& NextSlot()
+    {
+        OpenContainer& container = m_open.back();
+        return container.isObject ? *container.member : container.value->m_elements.emplace_back();
+    }
+
+    // The slot's implementation, created or emptied for the value to come.
+    JsonValueImpl& NextValue()
+    {
+        if (m_open.empty()) {
+            ResetJsonValue(m_root);
+            return m_root;
+        }
+        JsonValueImpl*& slot = JsonValueAccess::Slot(NextSlot());
+        if (slot == nullptr)
+            slot = new JsonValueImpl();
+        ResetJsonValue(*slot);
+        return *slot;
+    }
+
+    JsonValueImpl& m_root;
+    std::vector<OpenContainer> m_open;
+};
+
+}  // namespace
+
+bool ReadJsonText(std::string const& text, JsonValueImpl& root)
+{
+    ResetJsonValue(root);
+    TreeBuilder builder(root);
+    QdxRapidJson::StringStream stream(text.c_str());
+    QdxRapidJson::Reader reader;
+    if (reader.Parse<kJsonParseFlags>(stream, builder).IsError()) {
+        ResetJsonValue(root);
+        root.m_type = JsonValueImpl::TypeNull;
+        return false;
+    }
+    return true;
+}
+
+}  // namespace QDXDesktopSDK
+}  // namespace Norvane

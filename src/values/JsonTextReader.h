@@ -1,0 +1,27 @@
+#ifndef QDX_JSON_TEXT_READER_H
+#define QDX_JSON_TEXT_READER_H
+
+#include "JsonValueImpl.h"
+
+#include <string>
+
+namespace Norvane {
+namespace QDXDesktopSDK {
+
+/// Containers nested deeper than this fail to parse, so that hostile text
+/// cannot exhaust the stack of the parser or of the tree's own recursion.
+constexpr int kMaxJsonNesting = 512;
+
+/// Rebuilds `root` from one JSON value in `text` (strict JSON, surrounding
+/// white space allowed), straight from the parser's events. On failure
+/// `root` is left as JSON null and false is returned.
+bool ReadJsonText(std::string const& text, JsonValueImpl& root);
+
+/// Empties `value` to a container without contents, the state every value
+/// is rebuilt from.
+void ResetJsonValue(JsonValueImpl& value);
+
+}  // namespace QDXDesktopSDK
+}  // namespace Norvane
+
+#endif
