@@ -64,6 +64,7 @@ public:
     void append(QdxString const& other);
 
 private:
+    friend struct QdxStringAccess;  // lets the library hand over text it built without copying
     QdxStringImpl* m_pImpl;
 };
 

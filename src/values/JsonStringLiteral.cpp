@@ -1,34 +1,42 @@
 #include "values/JsonStringLiteral.h"
 
+#include <array>
+#include <cstring>
+
 namespace Norvane {
 namespace QDXDesktopSDK {
 
 namespace {
 
-bool IsContinuation(unsigned char byte)
+// For each byte: 0 when it stands for itself, 'u' for a \u escape, 'x' for a
+// byte past ASCII, else the letter of its short escape.
+constexpr std::array<char, 256> MakeEscapeTable()
 {
-    return (byte & 0xC0u) == 0x80u;
+    std::array<char, 256> table{};
+    for (int byte = 0; byte < 0x20; ++byte)
+        table[byte] = 'u';
+    table['\b'] = 'b';
+    table['\t'] = 't';
+    table['\n'] = 'n';
+    table['\f'] = 'f';
+    table['\r'] = 'r';
+    table['"'] = '"';
+    table['\\'] = '\\';
+    for (int byte = 0x80; byte < 0x100; ++byte)
+        table[byte] = 'x';
+    return table;
 }
 
-void AppendUnicodeEscape(std::string& out, unsigned unit)
-{
-    static char const hexDigits[] = "0123456789ABCDEF";
-    char const escape[] = {'\\', 'u', hexDigits[(unit >> 12) & 15], hexDigits[(unit >> 8) & 15],
-                           hexDigits[(unit >> 4) & 15], hexDigits[unit & 15]};
-    out.append(escape, sizeof escape);
-}
+constexpr std::array<char, 256> kEscape = MakeEscapeTable();
 
-}  // namespace
-
+// Length of the well-formed UTF-8 sequence at `data` (no overlong forms,
+// surrogates or code points past U+10FFFF), or 0.
 std::size_t Utf8SequenceLength(unsigned char const* data, std::size_t size, unsigned& codepoint)
 {
     unsigned char const lead = data[0];
     std::size_t length;
     unsigned minimum;
-    if (lead < 0x80u) {
-        codepoint = lead;
-        return 1;
-    } else if ((lead & 0xE0u) == 0xC0u) {
+    if ((lead & 0xE0u) == 0xC0u) {
         length = 2;
         minimum = 0x80u;
         codepoint = lead & 0x1Fu;
@@ -46,7 +54,7 @@ std::size_t Utf8SequenceLength(unsigned char const* data, std::size_t size, unsi
     if (size < length)
         return 0;
     for (std::size_t i = 1; i < length; ++i) {
-        if (!IsContinuation(data[i]))
+        if ((data[i] & 0xC0u) != 0x80u)
             return 0;
         codepoint = (codepoint << 6) | (data[i] & 0x3Fu);
     }
@@ -55,65 +63,59 @@ std::size_t Utf8SequenceLength(unsigned char const* data, std::size_t size, unsi
     return length;
 }
 
-bool IsValidUtf8(char const* data, std::size_t size)
+char* WriteUnicodeEscape(char* out, unsigned unit)
 {
-    auto const* bytes = reinterpret_cast<unsigned char const*>(data);
-    std::size_t i = 0;
-    while (i < size) {
-        if (bytes[i] < 0x80u) {
-            ++i;
-            continue;
-        }
-        unsigned codepoint;
-        std::size_t const length = Utf8SequenceLength(bytes + i, size - i, codepoint);
-        if (length == 0)
-            return false;
-        i += length;
-    }
-    return true;
+    static char const hexDigits[] = "0123456789ABCDEF";
+    *out++ = '\\';
+    *out++ = 'u';
+    *out++ = hexDigits[(unit >> 12) & 15];
+    *out++ = hexDigits[(unit >> 8) & 15];
+    *out++ = hexDigits[(unit >> 4) & 15];
+    *out++ = hexDigits[unit & 15];
+    return out;
 }
 
-void AppendJsonStringLiteral(std::string& out, char const* data, std::size_t size)
+}  // namespace
+
+char* WriteJsonStringLiteral(char* out, char const* data, std::size_t size)
 {
     auto const* bytes = reinterpret_cast<unsigned char const*>(data);
-    out += '"';
+    *out++ = '"';
     std::size_t i = 0;
     while (i < size) {
-        unsigned char const byte = bytes[i];
-        if (byte >= 0x80u) {
+        std::size_t const runStart = i;
+        while (i < size && kEscape[bytes[i]] == 0)
+            ++i;
+        std::memcpy(out, data + runStart, i - runStart);
+        out += i - runStart;
+        if (i == size)
+            break;
+        char const escape = kEscape[bytes[i]];
+        if (escape == 'x') {
             unsigned codepoint;
             std::size_t const length = Utf8SequenceLength(bytes + i, size - i, codepoint);
             if (length == 0) {
-                out += static_cast<char>(byte);
-                ++i;
-            } else if (codepoint <= 0xFFFFu) {
-                AppendUnicodeEscape(out, codepoint);
-                i += length;
+                *out++ = data[i++];
+                continue;
+            }
+            if (codepoint <= 0xFFFFu) {
+                out = WriteUnicodeEscape(out, codepoint);
             } else {
                 unsigned const offset = codepoint - 0x10000u;
-                AppendUnicodeEscape(out, 0xD800u + (offset >> 10));
-                AppendUnicodeEscape(out, 0xDC00u + (offset & 0x3FFu));
-                i += length;
+                out = WriteUnicodeEscape(out, 0xD800u + (offset >> 10));
+                out = WriteUnicodeEscape(out, 0xDC00u + (offset & 0x3FFu));
             }
-            continue;
-        }
-        ++i;
-        switch (byte) {
-        case '"': out += "\\\""; break;
-        case '\\': out += "\\\\"; break;
-        case '\b': out += "\\b"; break;
-        case '\t': out += "\\t"; break;
-        case '\n': out += "\\n"; break;
-        case '\f': out += "\\f"; break;
-        case '\r': out += "\\r"; break;
-        default:
-            if (byte < 0x20u)
-                AppendUnicodeEscape(out, byte);
-            else
-                out += static_cast<char>(byte);
+            i += length;
+        } else if (escape == 'u') {
+            out = WriteUnicodeEscape(out, bytes[i++]);
+        } else {
+            *out++ = '\\';
+            *out++ = escape;
+            ++i;
         }
     }
-    out += '"';
+    *out++ = '"';
+    return out;
 }
 
 }  // namespace QDXDesktopSDK

@@ -5,6 +5,8 @@
 #include "values/RapidJson.h"
 
 #include <cstring>
+#include <memory>
+#include <tuple>
 #include <vector>
 
 namespace Norvane {
@@ -82,12 +84,15 @@ public:
     bool Key(char const* text, QdxRapidJson::SizeType length, bool)
     {
         auto& members = m_open.back().value->m_members;
-        std::string key(text, TextLength(text, length));
+        std::size_t const keyLength = TextLength(text, length);
         // Keys usually arrive in order (the library writes them so): append at the end then.
-        if (members.empty() || members.rbegin()->first < key)
-            m_open.back().member = &members.emplace_hint(members.end(), std::move(key), JsonValue())->second;
+        if (members.empty() || members.rbegin()->first.compare(0, std::string::npos, text, keyLength) < 0)
+            m_open.back().member = &members
+                                        .emplace_hint(members.end(), std::piecewise_construct,
+                                                      std::forward_as_tuple(text, keyLength), std::forward_as_tuple())
+                                        ->second;
         else
-            m_open.back().member = &members[key];
+            m_open.back().member = &members[std::string(text, keyLength)];
         return true;
     }
 
@@ -114,7 +119,9 @@ private:
     {
         if (m_open.size() >= static_cast<std::size_t>(kMaxJsonNesting))
             return false;
-        m_open.push_back({&NextValue(), isObject, nullptr});
+        JsonValueImpl& container = NextValue();
+        container.m_type = JsonValueImpl::TypeContainer;
+        m_open.push_back({&container, isObject, nullptr});
         return true;
     }
 
@@ -134,7 +141,8 @@ private:
         JsonValueImpl*& slot = JsonValueAccess::Slot(NextSlot());
         if (slot == nullptr)
             slot = new JsonValueImpl();
-        ResetJsonValue(*slot);
+        else
+            ResetJsonValue(*slot);  // a repeated key
         return *slot;
     }
 
@@ -144,11 +152,23 @@ private:
 
 }  // namespace
 
-bool ReadJsonText(std::string const& text, JsonValueImpl& root)
+bool ReadJsonText(char const* text, std::size_t length, JsonValueImpl& root)
 {
+    // The parser decodes strings in place in a copy of the text, which costs
+    // less than gathering them elsewhere; typical messages fit on the stack.
+    char inlineCopy[4096];
+    std::unique_ptr<char[]> heapCopy;
+    char* copy = inlineCopy;
+    if (length >= sizeof inlineCopy) {
+        heapCopy.reset(new char[length + 1]);
+        copy = heapCopy.get();
+    }
+    std::memcpy(copy, text, length);
+    copy[length] = '\0';
+
     ResetJsonValue(root);
     TreeBuilder builder(root);
-    QdxRapidJson::StringStream stream(text.c_str());
+    QdxRapidJson::InsituStringStream stream(copy);
     QdxRapidJson::Reader reader;
     if (reader.Parse<kJsonParseFlags>(stream, builder).IsError()) {
         ResetJsonValue(root);

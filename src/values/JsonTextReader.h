@@ -3,7 +3,7 @@
 
 #include "JsonValueImpl.h"
 
-#include <string>
+#include <cstddef>
 
 namespace Norvane {
 namespace QDXDesktopSDK {
@@ -13,9 +13,10 @@ namespace QDXDesktopSDK {
 constexpr int kMaxJsonNesting = 512;
 
 /// Rebuilds `root` from one JSON value in `text` (strict JSON, surrounding
-/// white space allowed), straight from the parser's events. On failure
-/// `root` is left as JSON null and false is returned.
-bool ReadJsonText(std::string const& text, JsonValueImpl& root);
+/// white space allowed; a zero byte ends the text), straight from the
+/// parser's events. On failure `root` is left as JSON null and false is
+/// returned.
+bool ReadJsonText(char const* text, std::size_t length, JsonValueImpl& root);
 
 /// Empties `value` to a container without contents, the state every value
 /// is rebuilt from.

@@ -8,9 +8,8 @@
 namespace Norvane {
 namespace QDXDesktopSDK {
 
-/// The pretty JSON text of a tree, written straight from the tree through
-/// the writer's event calls: the same text a conversion document would give,
-/// without building one.
+/// The pretty JSON text of a tree: the text a conversion document written by
+/// the pretty writer would give, without building one.
 std::string WriteJsonText(JsonValueImpl const& root);
 
 /// Whether `number` is written as an integer (it equals its truncation to a

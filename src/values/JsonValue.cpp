@@ -3,6 +3,9 @@
 #include "JsonValue.h"
 
 #include "JsonValueImpl.h"
+#include "values/JsonTextReader.h"
+#include "values/JsonTextWriter.h"
+#include "values/QdxStringAccess.h"
 
 #include <climits>
 #include <cmath>
@@ -228,7 +231,7 @@ bool JsonValue::Merge(JsonValue const& other, bool overwrite)
 
 QdxString JsonValue::GetJsonString() const
 {
-    return m_pImpl != nullptr ? QdxString(m_pImpl->GetJsonString().c_str()) : QdxString();
+    return m_pImpl != nullptr ? QdxStringAccess::Adopt(WriteJsonText(*m_pImpl)) : QdxString();
 }
 
 bool JsonValue::FromJsonString(QdxString const& text)
@@ -237,7 +240,7 @@ bool JsonValue::FromJsonString(QdxString const& text)
     if (text.size() == 0)
         return false;
     m_pImpl = new JsonValueImpl();
-    return m_pImpl->FromString(std::string(text.c_str(), text.size()));
+    return ReadJsonText(text.c_str(), text.size(), *m_pImpl);
 }
 
 }  // namespace QDXDesktopSDK

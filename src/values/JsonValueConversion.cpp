@@ -113,7 +113,7 @@ void UpdateFromJsonData(JsonValue& value, void const* data)
 
 bool FromString(std::string const& text, JsonValueImpl& impl)
 {
-    return ReadJsonText(text, impl);
+    return ReadJsonText(text.c_str(), text.size(), impl);
 }
 
 }  // namespace JsonValueConversion

@@ -28,6 +28,8 @@
 #pragma clang attribute push(__attribute__((no_sanitize("pointer-overflow"))), apply_to = function)
 #endif
 #include <rapidjson/document.h>
+#include <rapidjson/internal/dtoa.h>
+#include <rapidjson/internal/itoa.h>
 #include <rapidjson/prettywriter.h>
 #include <rapidjson/reader.h>
 #include <rapidjson/stringbuffer.h>
@@ -44,11 +46,11 @@ using JsonDocumentAllocator = JsonDocument::AllocatorType;
 using JsonTextBuffer = QdxRapidJson::GenericStringBuffer<QdxRapidJson::UTF8<>>;
 using JsonPrettyWriter = QdxRapidJson::PrettyWriter<JsonTextBuffer, QdxRapidJson::UTF8<>, QdxRapidJson::ASCII<>>;
 
-/// Strict JSON (no comments, trailing commas, NaN or infinity) with numbers
-/// handed over as text: the parser's own conversion of long numbers can be
+/// Strict JSON (no comments, trailing commas, NaN or infinity), parsed in
+/// place in a copy of the text, with numbers handed over as text: the parser's own conversion of long numbers can be
 /// one unit in the last place off, and the text the writer gives for a double
 /// must read back to that very double.
-constexpr unsigned kJsonParseFlags = QdxRapidJson::kParseNumbersAsStringsFlag;
+constexpr unsigned kJsonParseFlags = QdxRapidJson::kParseNumbersAsStringsFlag | QdxRapidJson::kParseInsituFlag;
 
 }  // namespace QDXDesktopSDK
 }  // namespace Norvane
