@@ -4,6 +4,7 @@
 #include "support/StdStringUtil.h"
 #include "support/StdWideConversion.h"
 
+#include <locale>
 #include <sstream>
 #include <utility>
 
@@ -20,6 +21,7 @@ QdxString::QdxString(char const* text) : m_pImpl(nullptr)
 QdxString::QdxString(double number) : m_pImpl(nullptr)
 {
     std::ostringstream stream;
+    stream.imbue(std::locale::classic());  // the same text whatever locale the host application chose
     stream << number;
     std::string token;
     std::istringstream(stream.str()) >> token;

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <locale>
 #include <string>
 #include <utility>
 
@@ -150,6 +151,21 @@ TEST(QdxStringTest, NumberConstructorUsesDefaultStreamFormatting)
     };
     for (Case const& c : cases)
         EXPECT_EQ(c.expected, Text(QdxString(c.number))) << c.expected;
+}
+
+TEST(QdxStringTest, NumberTextIgnoresTheApplicationsLocale)
+{
+    struct CommaDecimals : std::numpunct<char> {
+        char do_decimal_point() const override { return ','; }
+        char do_thousands_sep() const override { return '.'; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    std::locale const previous = std::locale::global(std::locale(std::locale::classic(), new CommaDecimals));
+    std::string const half = Text(QdxString(0.5));
+    std::string const thousands = Text(QdxString(123456.0));
+    std::locale::global(previous);
+    EXPECT_EQ("0.5", half);
+    EXPECT_EQ("123456", thousands);
 }
 
 TEST(QdxStringTest, WideViewConvertsUtf8AndIsEmptyForInvalidText)
