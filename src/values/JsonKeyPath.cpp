@@ -7,10 +7,18 @@ namespace QDXDesktopSDK {
 
 namespace {
 
-std::vector<std::string> SplitKeyPath(std::string const& keyPath, int maxSplits, char const* separators)
+// Const and non-const lookups alike; only what a path of no key or of more
+// than two keys gives differs between them.
+template <typename Value>
+Value& ValueFromKeys(Value& value, std::string const& keyPath, int maxSplits, char const* separators, Value& otherwise)
 {
     std::string const separatorSet = (separators != nullptr && *separators != '\0') ? separators : ".";
-    return StdStringUtil::SplitString(keyPath, separatorSet, false, maxSplits);
+    std::vector<std::string> const keys = StdStringUtil::SplitString(keyPath, separatorSet, false, maxSplits);
+    if (keys.size() == 1)
+        return value[keys[0].c_str()];
+    if (keys.size() == 2)
+        return value[keys[0].c_str()][keys[1].c_str()];
+    return otherwise;
 }
 
 }  // namespace
@@ -18,23 +26,13 @@ std::vector<std::string> SplitKeyPath(std::string const& keyPath, int maxSplits,
 JsonValue const& JsonValue_GetValueFromKeys(JsonValue const& value, std::string const& keyPath, int maxSplits,
                                             char const* separators)
 {
-    std::vector<std::string> const keys = SplitKeyPath(keyPath, maxSplits, separators);
-    if (keys.size() == 1)
-        return value[keys[0].c_str()];
-    if (keys.size() == 2)
-        return value[keys[0].c_str()][keys[1].c_str()];
-    return JsonValue::sNullValue;
+    return ValueFromKeys(value, keyPath, maxSplits, separators, JsonValue::sNullValue);
 }
 
 JsonValue& JsonValue_GetValueFromKeys(JsonValue& value, std::string const& keyPath, int maxSplits,
                                       char const* separators)
 {
-    std::vector<std::string> const keys = SplitKeyPath(keyPath, maxSplits, separators);
-    if (keys.size() == 1)
-        return value[keys[0].c_str()];
-    if (keys.size() == 2)
-        return value[keys[0].c_str()][keys[1].c_str()];
-    return value;
+    return ValueFromKeys(value, keyPath, maxSplits, separators, value);
 }
 
 }  // namespace QDXDesktopSDK
