@@ -1,0 +1,17 @@
+#ifndef QDX_TEST_ISOLATION_H
+#define QDX_TEST_ISOLATION_H
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+/// Skips the current test unless it runs in the private mount namespace of
+/// tests/isolate.sh, where /tmp, the home folder and /opt are the test's own.
+#define QDX_REQUIRE_ISOLATION()                                                                                    \
+    do {                                                                                                           \
+        if (std::getenv("QDX_TEST_ISOLATED") == nullptr)                                                           \
+            GTEST_SKIP() << "needs a private mount namespace for /tmp, the home folder and /opt "                  \
+                            "(run as root through tests/isolate.sh)";                                              \
+    } while (false)
+
+#endif

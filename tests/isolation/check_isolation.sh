@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Proves the isolating launcher: files a test writes to /tmp, the home folder
+# and /opt stay inside its namespace, and the build tree stays reachable.
+set -euo pipefail
+launcher=$1 source_dir=$2 build_dir=$3
+
+if [[ $(id -u) -ne 0 ]] || ! unshare -m --propagation private true 2>/dev/null; then
+    echo "no private mount namespace available here: nothing to prove"
+    exit 0
+fi
+
+home=$(getent passwd "$(id -u)" | cut -d: -f6)
+probe="qdx-isolation-probe-$$"
+"$launcher" "$source_dir" "$build_dir" bash -c '
+    set -e
+    [[ "$QDX_TEST_ISOLATED" == 1 ]]
+    [[ -z "$(find /tmp /opt -mindepth 1 -print -quit)" ]] || { echo "sandbox folders are not empty"; exit 1; }
+    touch "/tmp/$1" "/opt/$1" "$2/$1"
+    [[ -d "$3" && -d "$4" ]] || { echo "source or build tree hidden"; exit 1; }
+' _ "$probe" "$home" "$source_dir" "$build_dir"
+
+for file in "/tmp/$probe" "/opt/$probe" "$home/$probe"; do
+    if [[ -e "$file" ]]; then
+        rm -f "$file"
+        echo "FAIL: $file escaped the sandbox"
+        exit 1
+    fi
+done
+echo "isolation: ok"
