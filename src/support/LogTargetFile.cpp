@@ -1,0 +1,116 @@
+#include "support/LogTargetFile.h"
+
+#include "support/Logger.h"
+#include "support/StdProcessTime.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace Norvane {
+namespace QDXDesktopSDK {
+
+bool Logger_GetAddPID(bool requested)
+{
+    return requested || Path::GetTempPath().Append("qdxpid").Exists();
+}
+
+// Registers only once fully built (not through the base constructor), so
+// that a line logged meanwhile by another thread never reaches a half-built
+// target.
+LogTargetFile::LogTargetFile(char const* path, bool addProcessId, char const* name)
+    : LogTarget(nullptr), m_path(path), m_addProcessId(Logger_GetAddPID(addProcessId))
+{
+    Register(name);
+}
+
+LogTargetFile::~LogTargetFile()
+{
+    if (m_handle != nullptr) {
+        if (Logger* logger = Logger::Instance(Singleton::GetExisting))
+            logger->LogSummary(true);
+    }
+    SetLogFile(nullptr, false);
+    // Unregistered here, before the members go, rather than by the base destructor.
+    if (Logger* logger = Logger::Instance(Singleton::GetExisting))
+        logger->RemoveTarget(this);
+}
+
+void LogTargetFile::Log(char const* line)
+{
+    if (line == nullptr || *line == '\0')
+        return;
+    if (!m_path.IsEmpty() && m_handle == nullptr)
+        OpenLogFile(m_path.c_str());
+    if (m_handle != nullptr && Write(line))
+        std::fflush(static_cast<std::FILE*>(m_handle));
+}
+
+void LogTargetFile::Reset()
+{
+    Close(false);
+}
+
+void LogTargetFile::SetLogFile(char const* path, bool addProcessId)
+{
+    m_addProcessId = Logger_GetAddPID(addProcessId);
+    OpenLogFile(path);
+}
+
+void LogTargetFile::OpenLogFile(char const* path)
+{
+    if (path == nullptr || *path == '\0') {
+        Close(true);
+        return;
+    }
+    Path file(path);
+    if (m_addProcessId) {
+        std::string const name = file.FileNameWithoutExt().GetString() + "_" +
+                                 std::to_string(StdProcessUtil::GetPid()) + file.GetExtension();
+        file = file.Parent().Append(name);
+    }
+    if (m_handle != nullptr && m_path.GetString() != file.GetString())
+        Close(true);
+
+    std::string targetName;
+    {
+        StdAutoMutexLock const lock(m_mutex, -1);
+        if (m_handle != nullptr && m_path.GetString() == file.GetString())
+            return;
+        m_path = file;
+        Logger* const logger = Logger::Instance(Singleton::GetExisting);
+        if (logger != nullptr && logger->IsLogEnabled(Logger::LogLevel_Fatal)) {
+            char const byteOrderMark[] = "\xEF\xBB\xBF";
+            if (!Write(byteOrderMark)) {
+                m_path.DeleteFile();
+                Write(byteOrderMark);
+            }
+            targetName = m_path.FileNameWithoutExt().GetString();
+        }
+    }
+    Logger* const logger = targetName.empty() ? nullptr : Logger::Instance(Singleton::GetOrCreate);
+    if (logger != nullptr)
+        logger->AddTarget(targetName, this, true);
+}
+
+bool LogTargetFile::Write(char const* text)
+{
+    if (text == nullptr) {
+        m_path.WriteFile(nullptr, -1, 0, nullptr, &m_handle);
+        return m_handle == nullptr;
+    }
+    return m_path.WriteFile(text, static_cast<long long>(std::strlen(text)), 0, nullptr, &m_handle);
+}
+
+bool LogTargetFile::Close(bool forgetPath)
+{
+    if (m_handle == nullptr)
+        return false;
+    StdAutoMutexLock const lock(m_mutex, -1);
+    Write(nullptr);
+    if (forgetPath)
+        m_path = Path();
+    return true;
+}
+
+}  // namespace QDXDesktopSDK
+}  // namespace Norvane
