@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # The test command. Installs what is missing, builds with warnings as errors,
 # runs the whole suite in a normal build, runs each fuzz target briefly (when
-# clang is there) and runs the whole suite again under AddressSanitizer and
-# UndefinedBehaviorSanitizer.
+# clang is there) and runs the whole suite again under AddressSanitizer with
+# UndefinedBehaviorSanitizer and under ThreadSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -24,4 +24,5 @@ else
     echo "clang++ not found: fuzz targets not run"
 fi
 
+run_suite ci-tsan
 run_suite ci-asan
