@@ -14,7 +14,11 @@ probe="qdx-isolation-probe-$$"
 "$launcher" "$source_dir" "$build_dir" bash -c '
     set -e
     [[ "$QDX_TEST_ISOLATED" == 1 ]]
-    [[ -z "$(find /tmp /opt -mindepth 1 -print -quit)" ]] || { echo "sandbox folders are not empty"; exit 1; }
+    # Only the way to the source and build trees may be there.
+    for entry in /tmp/* /tmp/.[!.]* /opt/* /opt/.[!.]* "$2"/* "$2"/.[!.]*; do
+        [[ -e "$entry" ]] || continue
+        [[ "$3/" == "$entry/"* || "$4/" == "$entry/"* ]] || { echo "sandbox holds $entry"; exit 1; }
+    done
     touch "/tmp/$1" "/opt/$1" "$2/$1"
     [[ -d "$3" && -d "$4" ]] || { echo "source or build tree hidden"; exit 1; }
 ' _ "$probe" "$home" "$source_dir" "$build_dir"
