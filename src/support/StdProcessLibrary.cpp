@@ -66,6 +66,11 @@ bool IsProcessRunningAsSystem(long long pid)
     return IsProcessRunningAsAdminMode(pid);
 }
 
+bool VerifyCertificate(Path const&)
+{
+    return false;
+}
+
 Path GetProcessPath(long long pid)
 {
     char name[64];

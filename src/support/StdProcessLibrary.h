@@ -33,6 +33,10 @@ std::string GetLastErrorString(long code);
 bool IsProcessRunningAsAdminMode(long long pid);
 /// The same answer as `IsProcessRunningAsAdminMode`.
 bool IsProcessRunningAsSystem(long long pid);
+/// Whether `file` carries a valid code signature. This platform offers no
+/// signature check for libraries, so no file verifies: callers that would
+/// prefer a signed copy keep to the copy they located.
+bool VerifyCertificate(Path const& file);
 /// The program that the process was started as: the first word of its
 /// command line, as given (possibly a bare or relative name). Empty when it
 /// cannot be read or the command line is empty.

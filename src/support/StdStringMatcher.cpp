@@ -1,10 +1,3 @@
-// GCC 12 reports a false "may be used uninitialized" deep inside <regex>
-// when the sanitizers change its inlining; the header is not ours to fix.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#include <regex>
-#pragma GCC diagnostic pop
-
 #include "support/StdStringMatcher.h"
 
 #include "support/StdStringUtil.h"
