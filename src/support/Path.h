@@ -143,6 +143,13 @@ public:
     /// The file's contents, at most `maxSize` bytes (negative: no limit);
     /// empty when it cannot be read.
     std::string ReadFileAsString(long long maxSize) const;
+    /// The packed version (see QdxUtil::GetVersionFromString) in the version
+    /// stamp of the library file this path names, read from the file without
+    /// loading it; 0 when there is none: no file, not a 64-bit ELF file,
+    /// stripped, no stamp, or no digits after the stamp's first ",". As with
+    /// QdxUtil::LoadResourceFromBinary, the empty path names this library's
+    /// own file and a relative one is taken from this library's folder.
+    unsigned long long GetVersion() const;
 
     /// Deletes the entry: a symbolic link as a link, a folder (emptied first
     /// when `recursive`, keeping entries that the wildcard patterns do not
