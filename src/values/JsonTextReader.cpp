@@ -165,10 +165,14 @@ bool ReadJsonText(char const* text, std::size_t length, JsonValueImpl& root)
     }
     std::memcpy(copy, text, length);
     copy[length] = '\0';
+    return ReadJsonTextInPlace(copy, root);
+}
 
+bool ReadJsonTextInPlace(char* text, JsonValueImpl& root)
+{
     ResetJsonValue(root);
     TreeBuilder builder(root);
-    QdxRapidJson::InsituStringStream stream(copy);
+    QdxRapidJson::InsituStringStream stream(text);
     QdxRapidJson::Reader reader;
     if (reader.Parse<kJsonParseFlags>(stream, builder).IsError()) {
         ResetJsonValue(root);
@@ -176,6 +180,16 @@ bool ReadJsonText(char const* text, std::size_t length, JsonValueImpl& root)
         return false;
     }
     return true;
+}
+
+bool ReadJsonTextInPlace(std::string& text, JsonValue& value)
+{
+    value.Clear();
+    if (text.empty())
+        return false;
+    JsonValueImpl*& impl = JsonValueAccess::Slot(value);
+    impl = new JsonValueImpl();
+    return ReadJsonTextInPlace(&text[0], *impl);
 }
 
 }  // namespace QDXDesktopSDK

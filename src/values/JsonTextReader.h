@@ -4,6 +4,7 @@
 #include "JsonValueImpl.h"
 
 #include <cstddef>
+#include <string>
 
 namespace Norvane {
 namespace QDXDesktopSDK {
@@ -17,6 +18,12 @@ constexpr int kMaxJsonNesting = 512;
 /// parser's events. On failure `root` is left as JSON null and false is
 /// returned.
 bool ReadJsonText(char const* text, std::size_t length, JsonValueImpl& root);
+/// As ReadJsonText, decoding strings in the zero-terminated `text` itself,
+/// which is left changed.
+bool ReadJsonTextInPlace(char* text, JsonValueImpl& root);
+/// JsonValue::FromJsonString for a text that the caller no longer needs:
+/// parsed in its own buffer, without a copy.
+bool ReadJsonTextInPlace(std::string& text, JsonValue& value);
 
 /// Empties `value` to a container without contents, the state every value
 /// is rebuilt from.

@@ -2,6 +2,7 @@
 #define QDX_JSON_VALUE_ACCESS_H
 
 #include "JsonValue.h"
+#include "JsonValueImpl.h"
 
 namespace Norvane {
 namespace QDXDesktopSDK {
@@ -10,6 +11,14 @@ namespace QDXDesktopSDK {
 struct JsonValueAccess {
     static JsonValueImpl* Impl(JsonValue const& value) { return value.m_pImpl; }
     static JsonValueImpl*& Slot(JsonValue& value) { return value.m_pImpl; }
+    /// An object without members, which writes as "{}" (a null handle writes nothing).
+    static JsonValue EmptyObject()
+    {
+        JsonValue object;
+        object.m_pImpl = new JsonValueImpl();
+        object.m_pImpl->m_type = JsonValueImpl::TypeContainer;
+        return object;
+    }
 };
 
 }  // namespace QDXDesktopSDK

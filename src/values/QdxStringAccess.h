@@ -19,6 +19,13 @@ struct QdxStringAccess {
         static_cast<std::string&>(*result.m_pImpl) = std::move(text);
         return result;
     }
+
+    /// The text of `text` without a copy; "" for a null string.
+    static std::string const& Text(QdxString const& text)
+    {
+        static std::string const empty;
+        return text.m_pImpl != nullptr ? static_cast<std::string&>(*text.m_pImpl) : empty;
+    }
 };
 
 }  // namespace QDXDesktopSDK
