@@ -1,18 +1,14 @@
 // The JSON text conversion of a typical event body beside the parser
 // library's own writing and parsing of the same document, in one program so
-// that ratios can be quoted. Run with --instructions=NAME:COUNT to execute one
-// operation COUNT times outside the benchmark framework, for instruction
-// counting (see instruction_ratio.sh).
+// that ratios can be quoted; --instructions=NAME:COUNT counts one operation
+// (see instruction_ratio.sh).
 #include "EventBody.h"
+#include "InstructionCount.h"
 #include "JsonValue.h"
 #include "values/RapidJson.h"
 
 #include <benchmark/benchmark.h>
 
-#include <cstdlib>
-#include <cstring>
-#include <functional>
-#include <map>
 #include <string>
 
 using namespace Norvane::QDXDesktopSDK;
@@ -82,9 +78,9 @@ void RawRoundTrip()
     benchmark::DoNotOptimize(document.HasParseError());
 }
 
-std::map<std::string, std::function<void()>> const& Operations()
+QdxBench::Operations const& Operations()
 {
-    static std::map<std::string, std::function<void()>> const operations = {
+    static QdxBench::Operations const operations = {
         {"library_write", LibraryWrite}, {"library_parse", LibraryParse},
         {"library_round_trip", LibraryRoundTrip}, {"library_deep_copy", LibraryDeepCopy},
         {"raw_write", RawWrite}, {"raw_parse", RawParse}, {"raw_round_trip", RawRoundTrip}};
@@ -99,27 +95,11 @@ void Run(benchmark::State& state, std::function<void()> const& operation)
 
 }  // namespace
 
-// Instruction counting starts and stops at this function (callgrind --toggle-collect).
-extern "C" __attribute__((noinline)) void qdx_measured_loop(std::function<void()> const* operation, long count)
-{
-    for (long i = 0; i < count; ++i)
-        (*operation)();
-}
-
 int main(int argc, char** argv)
 {
-    char const prefix[] = "--instructions=";
-    if (argc == 2 && std::strncmp(argv[1], prefix, sizeof prefix - 1) == 0) {
-        std::string const request = argv[1] + sizeof prefix - 1;
-        std::string const name = request.substr(0, request.find(':'));
-        auto const operation = Operations().find(name);
-        if (operation == Operations().end())
-            return 2;
-        Shared();
-        operation->second();  // first-use costs stay outside the count
-        qdx_measured_loop(&operation->second, std::atol(request.c_str() + name.size() + 1));
-        return 0;
-    }
+    int exitCode;
+    if (QdxBench::RunForInstructionCount(argc, argv, Operations(), exitCode))
+        return exitCode;
     for (auto const& [name, operation] : Operations())
         benchmark::RegisterBenchmark(name.c_str(), Run, operation);
     benchmark::Initialize(&argc, argv);
