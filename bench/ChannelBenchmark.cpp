@@ -108,14 +108,6 @@ void FirstMessage(benchmark::State& state)
 
 int main(int argc, char** argv)
 {
-    int exitCode;
-    if (QdxBench::RunForInstructionCount(argc, argv, Operations(), exitCode))
-        return exitCode;
-    for (auto const& [name, operation] : Operations())
-        benchmark::RegisterBenchmark(name.c_str(), Run, operation);
     benchmark::RegisterBenchmark("first_message", FirstMessage)->Unit(benchmark::kMicrosecond);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return QdxBench::Main(argc, argv, Operations(), Run);
 }

@@ -1,6 +1,8 @@
 #ifndef QDX_BENCH_INSTRUCTION_COUNT_H
 #define QDX_BENCH_INSTRUCTION_COUNT_H
 
+#include <benchmark/benchmark.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -36,6 +38,24 @@ inline bool RunForInstructionCount(int argc, char** argv, Operations const& oper
         qdx_measured_loop(&operation->second, std::atol(request.c_str() + name.size() + 1));
     }
     return true;
+}
+
+/// The main program of a benchmark of operations: counts instructions when
+/// asked (see RunForInstructionCount), else registers every operation as a
+/// benchmark run by `run` and runs the benchmarks, those registered before
+/// included.
+inline int Main(int argc, char** argv, Operations const& operations,
+                void (*run)(benchmark::State&, std::function<void()> const&))
+{
+    int exitCode;
+    if (RunForInstructionCount(argc, argv, operations, exitCode))
+        return exitCode;
+    for (auto const& [name, operation] : operations)
+        benchmark::RegisterBenchmark(name.c_str(), run, operation);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
 }
 
 }  // namespace QdxBench

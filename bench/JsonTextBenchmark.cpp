@@ -97,13 +97,5 @@ void Run(benchmark::State& state, std::function<void()> const& operation)
 
 int main(int argc, char** argv)
 {
-    int exitCode;
-    if (QdxBench::RunForInstructionCount(argc, argv, Operations(), exitCode))
-        return exitCode;
-    for (auto const& [name, operation] : Operations())
-        benchmark::RegisterBenchmark(name.c_str(), Run, operation);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return QdxBench::Main(argc, argv, Operations(), Run);
 }
