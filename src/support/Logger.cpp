@@ -42,17 +42,33 @@ Logger::LogLevel Logger_GetDefaultLogLevel(int requested)
     return static_cast<Logger::LogLevel>(requested);
 }
 
+// Every message of the companion channel asks for the logger, so the live
+// logger is also kept here: asking for it then takes no lock. The registry
+// still owns it; the logger clears this when it is destroyed.
+std::atomic<Logger*> Logger::s_pLiveLogger{nullptr};
+
 Singleton* Logger::InstanceFunctionImpl(Singleton*& slot, SingletonFlag flag)
 {
-    if (flag == GetOrCreate && slot == nullptr)
-        slot = new Logger();
+    if (flag == GetOrCreate && slot == nullptr) {
+        Logger* const logger = new Logger();
+        slot = logger;
+        s_pLiveLogger.store(logger, std::memory_order_release);
+    }
     return slot;
 }
 
 Logger* Logger::Instance(SingletonFlag flag)
 {
-    return static_cast<Logger*>(
-        Singleton::GetInstanceImpl(&Logger::InstanceFunctionImpl, flag, kSingletonName, kSingletonOrder));
+    if (flag != Destroy) {
+        if (Logger* const logger = s_pLiveLogger.load(std::memory_order_acquire))
+            return logger;
+    }
+    return InstanceOf<Logger>(flag);
+}
+
+Logger::~Logger()
+{
+    s_pLiveLogger.store(nullptr, std::memory_order_release);
 }
 
 Logger::Logger()

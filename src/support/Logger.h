@@ -45,6 +45,7 @@ public:
     static Logger* Instance(SingletonFlag flag);
 
     Logger();
+    ~Logger() override;
 
     /// True when logging is on and `level` is at or below the current level.
     bool IsLogEnabled(LogLevel level) const;
@@ -91,6 +92,8 @@ private:
     std::uint32_t m_warnings = 0;
     mutable StdMutex m_mutex;
     std::atomic<RedirectionFunction> m_redirection{nullptr};
+
+    static std::atomic<Logger*> s_pLiveLogger;
 };
 
 /// The level a logger takes when `requested` is asked for: 6 with a debugger

@@ -47,6 +47,14 @@ public:
     /// brings the registry into being. Any thread may call it.
     static Singleton* GetInstanceImpl(InstanceFunction creator, SingletonFlag flag, char const* name, int order);
 
+    /// GetInstanceImpl for a class `T` that names its creation function
+    /// (InstanceFunctionImpl), kSingletonName and kSingletonOrder.
+    template <typename T>
+    static T* InstanceOf(SingletonFlag flag)
+    {
+        return static_cast<T*>(GetInstanceImpl(&T::InstanceFunctionImpl, flag, T::kSingletonName, T::kSingletonOrder));
+    }
+
 private:
     friend class SingletonManager;
 

@@ -26,8 +26,7 @@ Singleton* StdThreadManager::InstanceFunctionImpl(Singleton*& slot, SingletonFla
 
 StdThreadManager* StdThreadManager::Instance(SingletonFlag flag)
 {
-    return static_cast<StdThreadManager*>(
-        Singleton::GetInstanceImpl(&StdThreadManager::InstanceFunctionImpl, flag, kSingletonName, kSingletonOrder));
+    return InstanceOf<StdThreadManager>(flag);
 }
 
 StdThreadManager::~StdThreadManager()

@@ -69,8 +69,7 @@ Singleton* TimerManager::InstanceFunctionImpl(Singleton*& slot, SingletonFlag fl
 
 TimerManager* TimerManager::Instance(SingletonFlag flag)
 {
-    return static_cast<TimerManager*>(
-        Singleton::GetInstanceImpl(&TimerManager::InstanceFunctionImpl, flag, kSingletonName, kSingletonOrder));
+    return InstanceOf<TimerManager>(flag);
 }
 
 TimerManager::TimerManager() : m_state(std::make_shared<LoopState>())
