@@ -72,7 +72,9 @@ int MessageSender::SendMessage(std::string const& name, JsonValue const& argumen
     ReadJsonTextInPlace(answer, result);
     if (answer.capacity() > kKeptAnswerCapacity)
         std::string().swap(answer);
-    return result.HasKey("_returnCode") ? static_cast<int>(result["_returnCode"]) : Result_NoReturnCode;
+    // One lookup: a missing member is the shared null value itself.
+    JsonValue const& code = static_cast<JsonValue const&>(result)["_returnCode"];
+    return &code != &JsonValue::sNullValue ? static_cast<int>(code) : Result_NoReturnCode;
 }
 
 int MessageSender::SendMessageWithArguments(std::string const& name, JsonValue& result, char const* key, ...) const
