@@ -1,15 +1,14 @@
-// Loading a companion on the first message, its initialisation statuses, and
-// unloading. Companion copies live under the private /tmp of the isolating
-// launcher.
-#include "FakeCompanionControl.h"
+// The message channel, then loading a companion on the first message, its
+// statuses and unloading, with fake companion copies in the private /tmp.
+#include "FakeCompanions.h"
 #include "TestIsolation.h"
 #include "companion/LibraryMessageSender.h"
 #include "companion/LibraryPathManager.h"
 #include "support/LogTarget.h"
 #include "support/Logger.h"
-
 #include <gtest/gtest.h>
-
+#include <dlfcn.h>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -17,17 +16,39 @@
 using namespace Norvane::QDXDesktopSDK;
 
 namespace {
+std::string s_lastName, s_lastData;
+char const* s_answer = "{\"_returnCode\": 0}";
+std::vector<char const*> s_freed;
 
-class CapturingTarget : public LogTarget {
-public:
+char const* Process(char const* name, char const* data) { s_lastName = name; s_lastData = data; return s_answer; }
+
+void Free(char const* answer) { s_freed.push_back(answer); }
+
+
+/// A fake companion copied to `folder` and opened: a sender loading that file
+/// gets this instance, whose calls the test scripts and reads.
+struct FakeCopy {
+    FakeCopy(char const* built, Path const& folder)
+    {
+        Path const file = folder.Append(Path(built).FileName());
+        EXPECT_TRUE(folder.CreateDir() && Path(built).CopyFile(file)) << file.c_str();
+        handle = dlopen(file.c_str(), RTLD_LAZY);
+        EXPECT_NE(nullptr, handle) << dlerror();
+    }
+    ~FakeCopy() { dlclose(handle); }
+    void SetInitializeStatus(int status) { reinterpret_cast<void (*)(int)>(dlsym(handle, "FakeSetInitializeStatus"))(status); }
+    std::string Log() const { return reinterpret_cast<char const* (*)()>(dlsym(handle, "FakeLog"))(); }
+    void* handle = nullptr;
+};
+
+struct CapturingTarget : LogTarget {
     CapturingTarget() : LogTarget("capture") {}
     void Log(char const* line) override { lines.emplace_back(line); }
-    bool Contains(std::string const& text) const
+    bool Contains(std::string const& text, std::string const& level = "") const
     {
-        for (std::string const& line : lines) {
-            if (line.find(text) != std::string::npos)
+        for (std::string const& line : lines)
+            if (line.find(text) != std::string::npos && line.find(level) != std::string::npos)
                 return true;
-        }
         return false;
     }
     std::vector<std::string> lines;
@@ -40,184 +61,172 @@ protected:
         QDX_REQUIRE_ISOLATION();
         Logger::Instance(Singleton::GetOrCreate)->SetLogLevel(Logger::LogLevel_Dev);
     }
-
-    // Makes `folder` the configured companion folder, as a host would.
+    /// Makes `folder` the configured companion folder, as a host would.
     static void Configure(LibraryMessageSender& sender, Path const& folder)
     {
-        Path const working("/tmp/working");
-        ASSERT_TRUE(working.CreateDir());
-        sender.SetWorkingPath(working);
-        LibraryPathManager::SSetWorkingPath(working);
+        ASSERT_TRUE(Path("/tmp/working").CreateDir());
+        sender.SetWorkingPath(Path("/tmp/working"));
+        LibraryPathManager::SSetWorkingPath(Path("/tmp/working"));
         LibraryMessageSender::SetLibraryPath(folder, false);
     }
-
-    static int Ping(LibraryMessageSender& sender)
+    static int Ping(LibraryMessageSender& sender, JsonValue result = JsonValue())
     {
-        JsonValue result;
         return sender.ProcessMessage("Ping", JsonValue(), result);
     }
+    LibraryMessageSender m_sender{"QdxSDKCore.so", "_QdxSDKCore", nullptr};
 };
 
 }  // namespace
 
-TEST_F(LibraryMessageSenderTest, EntryPointNamesFollowTheSuffix)
+TEST_F(LibraryMessageSenderTest, FirstMessageLoadsAndInitialisesOnceAndTheSameFolderIsNotReloaded)
 {
-    // The suffix given, or "_" and the file name without extension (and without a leading "lib").
-    FakeCompanionCopy fake(FakeCompanions::kFakeCore_2_0, Path("/tmp/core"));
-    LibraryMessageSender derived("QdxSDKCore.so", nullptr, nullptr);
-    EXPECT_TRUE(derived.LoadLibraryWithPath(Path("/tmp/core")));
-    ASSERT_TRUE(Path("/tmp/core/QdxSDKCore.so").CopyFile(Path("/tmp/lib/libQdxSDKCore.so")));
-    LibraryMessageSender withLib("libQdxSDKCore.so", nullptr, nullptr);
-    EXPECT_TRUE(withLib.LoadLibraryWithPath(Path("/tmp/lib")));
-    LibraryMessageSender named("QdxSDKCore.so", "_QdxSDKCore", nullptr);
-    EXPECT_TRUE(named.LoadLibraryWithPath(Path("/tmp/core")));
-    LibraryMessageSender wrong("QdxSDKCore.so", "_Other", nullptr);
-    EXPECT_FALSE(wrong.LoadLibraryWithPath(Path("/tmp/core")));
-}
-
-TEST_F(LibraryMessageSenderTest, FirstMessageLoadsAndInitialisesOnce)
-{
-    FakeCompanionCopy fake(FakeCompanions::kFakeCore_2_0, Path("/tmp/core"));
+    FakeCopy fake(FakeCompanions::kFakeCore_2_0, Path("/tmp/core"));
+    Configure(m_sender, Path("/tmp/core"));
+    EXPECT_FALSE(m_sender.IsLoaded());
+    EXPECT_EQ(0, Ping(m_sender));
+    EXPECT_EQ(0, Ping(m_sender));
+    EXPECT_TRUE(m_sender.IsLoaded());
+    EXPECT_TRUE(m_sender.GetLibraryFolder() == Path("/tmp/core"));
+    EXPECT_TRUE(m_sender.LoadLibraryWithPath(Path("/tmp/core")));
+    m_sender.UnLoad();
+    EXPECT_FALSE(m_sender.IsLoaded());
+    EXPECT_EQ(" InitializeEx() ProcessMessage(Ping) FreeMessage() ProcessMessage(Ping) FreeMessage() Finalize()",
+              fake.Log());
+    FakeCopy older(FakeCompanions::kFakeCore_InitializeOnly, Path("/tmp/older"));
     LibraryMessageSender sender("QdxSDKCore.so", "_QdxSDKCore", nullptr);
-    Configure(sender, Path("/tmp/core"));
-    EXPECT_FALSE(sender.IsLoaded());
-    EXPECT_EQ(0, Ping(sender));
-    EXPECT_EQ(0, Ping(sender));
-    EXPECT_TRUE(sender.IsLoaded());
-    EXPECT_TRUE(sender.GetLibraryFolder() == Path("/tmp/core"));
-
-    std::vector<FakeCompanionCopy::Call> const calls = fake.Calls();
-    ASSERT_GE(calls.size(), 1u);
-    EXPECT_EQ("InitializeEx", calls[0].entry);
-    EXPECT_EQ("", calls[0].data);  // the initialisation text is empty
-    EXPECT_EQ(0, fake.Count("Initialize"));
-    EXPECT_EQ(2, fake.Count("ProcessMessage"));
-
-    sender.UnLoad();
-    EXPECT_EQ(1, fake.Count("Finalize"));
-    EXPECT_FALSE(sender.IsLoaded());
+    EXPECT_TRUE(sender.LoadLibraryWithPath(Path("/tmp/older")));
+    EXPECT_EQ(" Initialize()", older.Log());  // when InitializeEx is missing
 }
 
-TEST_F(LibraryMessageSenderTest, InitializeServesWhenInitializeExIsMissing)
-{
-    FakeCompanionCopy fake(FakeCompanions::kFakeCore_InitializeOnly, Path("/tmp/core"));
-    LibraryMessageSender sender("QdxSDKCore.so", "_QdxSDKCore", nullptr);
-    EXPECT_TRUE(sender.LoadLibraryWithPath(Path("/tmp/core")));
-    EXPECT_EQ(1, fake.Count("Initialize"));
-}
-
-TEST_F(LibraryMessageSenderTest, NoCopyAnywhereGivesCodeOne)
+TEST_F(LibraryMessageSenderTest, FailedLoadsGiveCodeOneAndAreLogged)
 {
     CapturingTarget log;
-    LibraryMessageSender sender("QdxSDKCore.so", "_QdxSDKCore", nullptr);
     JsonValue result("untouched");
-    EXPECT_EQ(MessageSender::Result_NotLoaded, sender.ProcessMessage("Ping", JsonValue(), result));
+    EXPECT_EQ(MessageSender::Result_NotLoaded, m_sender.ProcessMessage("Ping", JsonValue(), result));
     EXPECT_STREQ("untouched", QdxString(result).c_str());
     EXPECT_TRUE(log.Contains("Trying to load library QdxSDKCore.so from "));
     EXPECT_FALSE(log.Contains("load QDX SDK library"));
-
-    EXPECT_FALSE(sender.LoadLibraryWithPath(Path("/tmp/missing")));
-    EXPECT_TRUE(log.Contains("WARN | ") && log.Contains("Library QdxSDKCore.so not found /tmp/missing"));
-}
-
-TEST_F(LibraryMessageSenderTest, CopyWithoutProcessMessageCountsAsNotLoaded)
-{
-    CapturingTarget log;
-    FakeCompanionCopy fake(FakeCompanions::kFakeCore_NoProcessMessage, Path("/tmp/core"));
+    EXPECT_FALSE(m_sender.LoadLibraryWithPath(Path("/tmp/missing")));
+    EXPECT_TRUE(log.Contains("Library QdxSDKCore.so not found /tmp/missing", "WARN | "));
+    ASSERT_TRUE(Path("/tmp/broken/QdxSDKCore.so").WriteFile("not a library", 13, 0, nullptr, nullptr));
+    EXPECT_FALSE(m_sender.LoadLibraryWithPath(Path("/tmp/broken")));
+    EXPECT_TRUE(log.Contains("Failed to load QDX SDK library from /tmp/broken/QdxSDKCore.so. "));
+    EXPECT_TRUE(log.Contains("Error code: "));
+    FakeCopy fake(FakeCompanions::kFakeCore_NoProcessMessage, Path("/tmp/core"));
     LibraryMessageSender sender("QdxSDKCore.so", "_QdxSDKCore", nullptr);
     Configure(sender, Path("/tmp/core"));
     EXPECT_EQ(MessageSender::Result_NotLoaded, Ping(sender));
-    EXPECT_TRUE(log.Contains("ERROR | ") && log.Contains("Failed to load QDX SDK library from /tmp/core/QdxSDKCore.so."));
-}
-
-TEST_F(LibraryMessageSenderTest, UnloadableFileIsReportedWithTheLoaderText)
-{
-    CapturingTarget log;
-    Path const folder("/tmp/broken");
-    ASSERT_TRUE(folder.Append("QdxSDKCore.so").WriteFile("not a library", 13, 0, nullptr, nullptr));
-    LibraryMessageSender sender("QdxSDKCore.so", "_QdxSDKCore", nullptr);
-    EXPECT_FALSE(sender.LoadLibraryWithPath(folder));
-    EXPECT_TRUE(log.Contains("Failed to load QDX SDK library from /tmp/broken/QdxSDKCore.so. "));
-    EXPECT_TRUE(log.Contains("Error code: "));
+    EXPECT_TRUE(log.Contains("Failed to load QDX SDK library from /tmp/core/QdxSDKCore.so.", "ERROR | "));
 }
 
 TEST_F(LibraryMessageSenderTest, DisablingStatuses)
 {
     for (int status = -1; status <= 13; ++status)
         EXPECT_EQ(status == 1 || status == 8 || status == 12, LibraryMessageSender::IsDisabled(status)) << status;
-
-    // 8: disabled, yet loaded, and messages still arrive.
-    {
-        FakeCompanionCopy fake(FakeCompanions::kFakeCore_2_0, Path("/tmp/eight"));
-        fake.SetInitializeStatus(8);
-        LibraryMessageSender sender("QdxSDKCore.so", "_QdxSDKCore", nullptr);
-        Configure(sender, Path("/tmp/eight"));
-        EXPECT_EQ(0, Ping(sender));
-        EXPECT_TRUE(sender.IsDisabled());
-        EXPECT_EQ(1, fake.Count("ProcessMessage"));
-    }
-    // 12: unloaded at once; every later message returns 12 without a new load.
-    FakeCompanionCopy fake(FakeCompanions::kFakeCore_2_0, Path("/tmp/twelve"));
-    fake.SetInitializeStatus(12);
+    FakeCopy eight(FakeCompanions::kFakeCore_2_0, Path("/tmp/eight"));
+    eight.SetInitializeStatus(8);  // disabled, yet loaded, and messages still arrive
     LibraryMessageSender sender("QdxSDKCore.so", "_QdxSDKCore", nullptr);
-    Configure(sender, Path("/tmp/twelve"));
-    EXPECT_EQ(12, Ping(sender));
-    EXPECT_FALSE(sender.IsLoaded());
-    EXPECT_EQ(1, fake.Count("Finalize"));
-    EXPECT_EQ(12, Ping(sender));
-    EXPECT_EQ(12, sender.Load());
-    EXPECT_EQ(1, fake.Count("InitializeEx"));
-    EXPECT_EQ(0, fake.Count("ProcessMessage"));
+    Configure(sender, Path("/tmp/eight"));
+    EXPECT_EQ(0, Ping(sender));
+    EXPECT_TRUE(sender.IsDisabled());
+    EXPECT_EQ(" InitializeEx() ProcessMessage(Ping) FreeMessage()", eight.Log());
+    FakeCopy twelve(FakeCompanions::kFakeCore_2_0, Path("/tmp/twelve"));
+    twelve.SetInitializeStatus(12);  // unloaded at once; later messages return 12 without a new load
+    Configure(m_sender, Path("/tmp/twelve"));
+    EXPECT_EQ(12, Ping(m_sender));
+    EXPECT_FALSE(m_sender.IsLoaded());
+    EXPECT_EQ(12, Ping(m_sender));
+    EXPECT_EQ(12, m_sender.Load());
+    EXPECT_EQ(" InitializeEx() Finalize()", twelve.Log());
 }
 
-TEST_F(LibraryMessageSenderTest, SameFolderIsNotReloaded)
+TEST_F(LibraryMessageSenderTest, HostSuppliedHandleIsNeverInitialisedFinalisedOrClosed)
 {
-    FakeCompanionCopy fake(FakeCompanions::kFakeCore_2_0, Path("/tmp/core"));
-    LibraryMessageSender sender("QdxSDKCore.so", "_QdxSDKCore", nullptr);
-    EXPECT_TRUE(sender.LoadLibraryWithPath(Path("/tmp/core")));
-    EXPECT_TRUE(sender.LoadLibraryWithPath(Path("/tmp/core")));
-    EXPECT_EQ(1, fake.Count("InitializeEx"));
-    EXPECT_EQ(0, fake.Count("Finalize"));
-}
-
-TEST_F(LibraryMessageSenderTest, HostSuppliedHandleIsNeverFinalisedOrClosed)
-{
-    FakeCompanionCopy fake(FakeCompanions::kFakeCore_2_0, Path("/tmp/core"));
+    FakeCopy fake(FakeCompanions::kFakeCore_2_0, Path("/tmp/core"));
     {
         LibraryMessageSender sender("QdxSDKCore.so", "_QdxSDKCore", nullptr);
-        sender.SetLibraryHandle(fake.Handle());
+        sender.SetLibraryHandle(fake.handle);
         EXPECT_TRUE(sender.IsLoaded());
         EXPECT_EQ(0, Ping(sender));
         sender.UnLoad();
         EXPECT_FALSE(sender.IsLoaded());
     }
-    EXPECT_EQ(0, fake.Count("Finalize"));
-    EXPECT_EQ(0, fake.Count("InitializeEx"));  // the host initialised its own copy
-    EXPECT_EQ(1, fake.Count("ProcessMessage"));
+    EXPECT_EQ(" ProcessMessage(Ping) FreeMessage()", fake.Log());
 }
 
 TEST_F(LibraryMessageSenderTest, NewerInstallCopyIsNotUsedWithoutAVerifiedSignature)
 {
-    FakeCompanionCopy installed(FakeCompanions::kFakeCore_2_1, Path("/tmp/install"));
-    FakeCompanionCopy located(FakeCompanions::kFakeCore_1_0, Path("/tmp/located"));
+    FakeCopy installed(FakeCompanions::kFakeCore_2_1, Path("/tmp/install"));
+    FakeCopy located(FakeCompanions::kFakeCore_1_0, Path("/tmp/located"));
     LibraryMessageSender sender("QdxSDKCore.so", "_QdxSDKCore", "/tmp/install");
     EXPECT_TRUE(sender.LoadLibraryWithPath(Path("/tmp/located")));
     EXPECT_TRUE(sender.GetLibraryFolder() == Path("/tmp/located"));
-    EXPECT_EQ(0, installed.Count("InitializeEx"));
+    EXPECT_EQ("", installed.Log());
 }
 
 TEST_F(LibraryMessageSenderTest, TwoThreadsRacingTheFirstMessageLoadOnce)
 {
-    FakeCompanionCopy fake(FakeCompanions::kFakeCore_2_0, Path("/tmp/core"));
-    LibraryMessageSender sender("QdxSDKCore.so", "_QdxSDKCore", nullptr);
-    Configure(sender, Path("/tmp/core"));
+    FakeCopy fake(FakeCompanions::kFakeCore_2_0, Path("/tmp/core"));
+    Configure(m_sender, Path("/tmp/core"));
     int codes[2] = {-1, -1};
-    std::thread first([&] { codes[0] = Ping(sender); });
-    std::thread second([&] { codes[1] = Ping(sender); });
+    std::thread first([&] { codes[0] = Ping(m_sender); }), second([&] { codes[1] = Ping(m_sender); });
     first.join();
     second.join();
     EXPECT_EQ(0, codes[0]);
     EXPECT_EQ(0, codes[1]);
-    EXPECT_EQ(1, fake.Count("InitializeEx"));
-    EXPECT_EQ(2, fake.Count("ProcessMessage"));
+    std::string const pm = " ProcessMessage(Ping)", fm = " FreeMessage()";
+    EXPECT_EQ(1u, std::set<std::string>({" InitializeEx()" + pm + pm + fm + fm, " InitializeEx()" + pm + fm + pm + fm})
+                      .count(fake.Log())) << fake.Log();
+}
+
+TEST(MessageSenderTest, AnswersBecomeResultsAndCodesAndGoBackThroughFreeMessage)
+{
+    struct {
+        char const* answer;
+        int code;
+        char const* result;
+    } const cases[] = {
+        {"{\"_returnCode\": 7, \"value\": \"x\"}", 7, "{\n    \"_returnCode\": 7,\n    \"value\": \"x\"\n}"},
+        {"{\"_returnCode\":0}", 0, "{\n    \"_returnCode\": 0\n}"},
+        {"{}", MessageSender::Result_NoReturnCode, "{}"},
+        {nullptr, MessageSender::Result_NoReturnCode, "<null>"},
+        {"{\"_returnCode\": 3", MessageSender::Result_NoReturnCode, "null"},
+    };
+    MessageSender const sender(&Process, &Free);
+    std::vector<char const*> answers;
+    for (auto const& c : cases) {
+        s_answer = c.answer;
+        answers.push_back(c.answer);
+        JsonValue result;
+        EXPECT_EQ(c.code, sender.SendMessage("Ping", JsonValue(), result)) << (c.answer ? c.answer : "null");
+        QdxString const text = result.GetJsonString();
+        EXPECT_STREQ(c.result, text.c_str() != nullptr ? text.c_str() : "<null>");
+    }
+    EXPECT_EQ("Ping", s_lastName);
+    EXPECT_EQ("", s_lastData);  // a null argument value is sent as an empty text
+    EXPECT_EQ(answers, s_freed);  // the very pointers, the null one too
+}
+
+TEST(MessageSenderTest, WithoutProcessMessageNothingIsSent)
+{
+    s_freed.clear();
+    MessageSender const sender(nullptr, &Free);
+    EXPECT_FALSE(sender.IsValid());
+    JsonValue result("untouched");
+    EXPECT_EQ(MessageSender::Result_NoEntryPoint, sender.SendMessage("Ping", JsonValue(), result));
+    EXPECT_STREQ("\"untouched\"", result.GetJsonString().c_str());
+    EXPECT_TRUE(s_freed.empty());
+}
+
+TEST(MessageSenderTest, ArgumentPairsAreStringsUpToANullKeyOrValue)
+{
+    MessageSender const sender(&Process, nullptr);
+    JsonValue result;
+    sender.SendMessageWithArguments("Pairs", result, "a", "1", "b", nullptr, "c", "3", nullptr);
+    EXPECT_EQ("{\n    \"a\": \"1\",\n    \"b\": \"\"\n}", s_lastData);
+    sender.SendMessageWithArguments("Pairs", result, "n", "2", "n", "true", nullptr);
+    EXPECT_EQ("{\n    \"n\": \"true\"\n}", s_lastData);
+    sender.SendMessageWithArguments("Empty", result, nullptr);
+    EXPECT_EQ("Empty", s_lastName);
+    EXPECT_EQ("{}", s_lastData);
 }
