@@ -7,6 +7,7 @@
 #include "JsonValueConversion.h"
 #include "JsonValueImpl.h"
 #include "QdxExport.h"
+#include "QdxLock.h"
 #include "QdxString.h"
 #include "QdxStringImpl.h"
 
