@@ -1,5 +1,7 @@
 #include "support/SingletonManager.h"
 
+#include "support/StaticSetUpOrder.h"
+
 #include <algorithm>
 #include <vector>
 
@@ -22,7 +24,9 @@ AutoReleaseSingletonManager& Owner()
 
 // Made while the library loads, ahead of the modules that keep singletons,
 // so that it is destroyed after them and their destructors can still log.
-[[maybe_unused]] AutoReleaseSingletonManager& s_owner = Owner();
+struct OwnerAtLoad {
+    OwnerAtLoad() { Owner(); }
+} const s_ownerAtLoad QDX_STATIC_SET_UP_SINGLETON_MANAGER;
 
 }  // namespace
 

@@ -5,6 +5,7 @@
 #include "JsonValueImpl.h"
 #include "values/JsonTextReader.h"
 #include "values/JsonTextWriter.h"
+#include "support/StaticSetUpOrder.h"
 #include "values/QdxStringAccess.h"
 
 #include <climits>
@@ -15,7 +16,7 @@
 namespace Norvane {
 namespace QDXDesktopSDK {
 
-JsonValue const JsonValue::sNullValue;
+JsonValue const JsonValue::sNullValue QDX_STATIC_SET_UP_JSON_VALUE;
 
 namespace {
 
