@@ -1,9 +1,11 @@
 // The message channel, then loading a companion on the first message, its
 // statuses and unloading, with fake companion copies in the private /tmp.
+#include "CapturingLogTarget.h"
 #include "FakeCompanions.h"
 #include "TestIsolation.h"
 #include "companion/LibraryMessageSender.h"
 #include "companion/LibraryPathManager.h"
+#include "companions/FakeCopy.h"
 #include "support/LogTarget.h"
 #include "support/Logger.h"
 #include <gtest/gtest.h>
@@ -23,36 +25,6 @@ std::vector<char const*> s_freed;
 char const* Process(char const* name, char const* data) { s_lastName = name; s_lastData = data; return s_answer; }
 
 void Free(char const* answer) { s_freed.push_back(answer); }
-
-
-/// A fake companion copied to `folder` and opened: a sender loading that file
-/// gets this instance, whose calls the test scripts and reads.
-struct FakeCopy {
-    FakeCopy(char const* built, Path const& folder)
-    {
-        Path const file = folder.Append(Path(built).FileName());
-        EXPECT_TRUE(folder.CreateDir() && Path(built).CopyFile(file)) << file.c_str();
-        handle = dlopen(file.c_str(), RTLD_LAZY);
-        EXPECT_NE(nullptr, handle) << dlerror();
-    }
-    ~FakeCopy() { dlclose(handle); }
-    void SetInitializeStatus(int status) { reinterpret_cast<void (*)(int)>(dlsym(handle, "FakeSetInitializeStatus"))(status); }
-    std::string Log() const { return reinterpret_cast<char const* (*)()>(dlsym(handle, "FakeLog"))(); }
-    void* handle = nullptr;
-};
-
-struct CapturingTarget : LogTarget {
-    CapturingTarget() : LogTarget("capture") {}
-    void Log(char const* line) override { lines.emplace_back(line); }
-    bool Contains(std::string const& text, std::string const& level = "") const
-    {
-        for (std::string const& line : lines)
-            if (line.find(text) != std::string::npos && line.find(level) != std::string::npos)
-                return true;
-        return false;
-    }
-    std::vector<std::string> lines;
-};
 
 class LibraryMessageSenderTest : public ::testing::Test {
 protected:
@@ -100,7 +72,7 @@ TEST_F(LibraryMessageSenderTest, FirstMessageLoadsAndInitialisesOnceAndTheSameFo
 
 TEST_F(LibraryMessageSenderTest, FailedLoadsGiveCodeOneAndAreLogged)
 {
-    CapturingTarget log;
+    CapturingLogTarget log;
     JsonValue result("untouched");
     EXPECT_EQ(MessageSender::Result_NotLoaded, m_sender.ProcessMessage("Ping", JsonValue(), result));
     EXPECT_STREQ("untouched", QdxString(result).c_str());
