@@ -7,6 +7,8 @@
 #include "JsonValueConversion.h"
 #include "JsonValueImpl.h"
 #include "QdxExport.h"
+#include "QdxGlint.h"
+#include "QdxLifecycle.h"
 #include "QdxLock.h"
 #include "QdxString.h"
 #include "QdxStringImpl.h"

@@ -7,7 +7,12 @@ namespace QDXDesktopSDK {
 
 QdxLock::QdxLock() : m_mutex(new StdMutex) {}
 
-QdxLock::~QdxLock() { delete m_mutex; }
+QdxLock::~QdxLock()
+{
+    delete m_mutex;
+    // A static lock may still be asked for by a late call during process exit.
+    m_mutex = nullptr;
+}
 
 bool QdxLock::Lock() { return m_mutex != nullptr && m_mutex->lock(); }
 

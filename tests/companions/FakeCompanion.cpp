@@ -14,11 +14,13 @@ __attribute__((used)) static const char version[] = "$Id: FakeCompanion,v " FAKE
 
 namespace {
 
-std::mutex s_mutex;
+// Never destroyed: the wrapper may finalise the companion during process
+// exit, after the companion's own static objects are gone.
+std::mutex& s_mutex = *new std::mutex;
 int s_initializeStatus = 0;
 bool s_echo = false;
 bool s_recording = true;
-std::string s_log;  // " Entry(detail)" per call
+std::string& s_log = *new std::string;  // " Entry(detail)" per call
 
 int Record(char const* entry, char const* detail)
 {
