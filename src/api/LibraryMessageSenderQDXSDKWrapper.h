@@ -31,9 +31,9 @@ private:
     friend LibraryMessageSenderQDXSDKWrapper* QDXGlint::GetGlintLibraryMessageSender();
 
     // The registry: each sender is made on first use under its own lock.
-    static std::shared_ptr<LibraryMessageSenderQDXSDKWrapper> m_pMessageSerder;        // m_messageSenderLock
-    static std::shared_ptr<LibraryMessageSenderQDXSDKWrapper> m_pUIMessageSender;      // m_uiMessageSenderLock
-    static std::shared_ptr<LibraryMessageSenderQDXSDKWrapper> m_pGlintMessageSender;   // m_glintMessageSenderLock
+    static std::shared_ptr<LibraryMessageSenderQDXSDKWrapper> m_pMessageSerder;       // m_messageSenderLock
+    static std::shared_ptr<LibraryMessageSenderQDXSDKWrapper> m_pUIMessageSender;     // m_uiMessageSenderLock
+    static std::shared_ptr<LibraryMessageSenderQDXSDKWrapper> m_pGlintMessageSender;  // m_glintMessageSenderLock
     static QdxLock m_messageSenderLock;
     static QdxLock m_uiMessageSenderLock;
     static QdxLock m_glintMessageSenderLock;

@@ -27,8 +27,8 @@ constexpr unsigned long kSharedFileAttribute = 0777;
 // A leaf lock: held only to read or replace the cached text, never while
 // calling out, so it cannot order against any other lock of the library.
 std::mutex s_cacheMutex;
-bool s_useCommonFolder = false;       // guarded by s_cacheMutex
-char s_sdkFolderPath[1024] = {};      // guarded by s_cacheMutex; empty until computed
+bool s_useCommonFolder = false;   // guarded by s_cacheMutex
+char s_sdkFolderPath[1024] = {};  // guarded by s_cacheMutex; empty until computed
 
 Path ComputeSdkFolderPath()
 {
