@@ -2,6 +2,7 @@
 #ifndef QDX_DESKTOP_SDK_H
 #define QDX_DESKTOP_SDK_H
 
+#include "Facet.h"
 #include "JsonKeyPath.h"
 #include "JsonValue.h"
 #include "JsonValueConversion.h"
