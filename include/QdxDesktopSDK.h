@@ -3,6 +3,7 @@
 #define QDX_DESKTOP_SDK_H
 
 #include "Facet.h"
+#include "FacetCore.h"
 #include "JsonKeyPath.h"
 #include "JsonValue.h"
 #include "JsonValueConversion.h"
