@@ -2,6 +2,8 @@
 #ifndef QDX_DESKTOP_SDK_H
 #define QDX_DESKTOP_SDK_H
 
+#include "Facet.h"
+#include "FacetCore.h"
 #include "JsonKeyPath.h"
 #include "JsonValue.h"
 #include "JsonValueConversion.h"
