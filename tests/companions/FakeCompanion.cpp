@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <deque>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <mutex>
 #include <string>
@@ -33,6 +34,16 @@ std::string& s_log = *new std::string;  // " Entry(detail)" per call
 std::deque<std::pair<std::string, std::string>>& s_messages = *new std::deque<std::pair<std::string, std::string>>;
 std::string* s_answer = new std::string("{\"_returnCode\": 0}");  // null: answer with a null text
 std::string& s_recordFile = *new std::string;
+
+// Once loaded, the companion stays mapped until the process ends, however
+// often it is closed: its state outlives an unload and a reload, and the
+// memory it holds stays reachable for leak checkers at exit.
+__attribute__((constructor)) void StayLoaded()
+{
+    Dl_info self{};
+    if (dladdr(reinterpret_cast<void*>(&StayLoaded), &self) != 0)
+        dlopen(self.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
+}
 
 int Record(char const* entry, char const* detail)
 {
