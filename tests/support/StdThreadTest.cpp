@@ -79,8 +79,10 @@ TimerManager::TimerCallback Counting(std::shared_ptr<Calls> const& calls)
         ++calls->count;
     };
 }
-std::mutex s_journalMutex;
-std::vector<std::string> s_destroyed;  // guarded by s_journalMutex
+// Never destroyed: the singleton registry outlives this file's statics and
+// destroys the probes still registered when the process exits.
+std::mutex& s_journalMutex = *new std::mutex;
+std::vector<std::string>& s_destroyed = *new std::vector<std::string>;  // guarded by s_journalMutex
 struct Probe : Singleton {
     static inline std::atomic<int> s_created{0};
     Probe() { ++s_created; }
