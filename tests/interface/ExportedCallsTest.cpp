@@ -172,10 +172,58 @@ std::vector<Call> RoutingCalls()
 #undef ROUTE
 }
 
+// Facets as an application fills them.
+Facet::Product const& ProductFacet()
+{
+    static Facet::Product product;
+    product.Data()["product_id"] = "p1";
+    return product;
+}
+
+Facet::User const& UserFacet()
+{
+    static Facet::User user;
+    user.Data()["user_id"] = "u1";
+    return user;
+}
+
+Facet::Core const& EventFacets()
+{
+    static Facet::Core event;
+    event.GetFacetByName("user", Facet::Core::FacetCreate)->Data()["user_id"] = "u1";
+    event.GetFacetByName("product", Facet::Core::FacetCreate)->Data()["product_id"] = "p1";
+    return event;
+}
+
+// An application's own container that builds to nothing.
+struct NothingToReport : Facet::Core {
+    JsonValue Build(JsonValue const&) const override { return JsonValue(); }
+};
+
+std::vector<Call> FacetCalls()
+{
+    std::string const event =
+        R"("product_id": "p1", "user_id": "u1", "facets": ["product", "user"], "session_id": "s1")";
+    return {
+        {WITH(QdxString id("old"), Initialize(ProductFacet(), id), id),
+         {{Core, "Initialize", Stamped(R"("product_id": "p1")")}},
+         "7 old"},
+        {CALL(TrackEvent("s1", EventFacets(), Address(Json(R"({"m": 1})")))),
+         {{Core, "TrackEvent", Stamped(event + R"(, "_moreData": {"m": 1})")}}},
+        {CALL(TrackEvent("s1", EventFacets(), Address(JsonValue()))), {{Core, "TrackEvent", Stamped(event)}}},
+        {CALL(TrackEvent("s1", Facet::Core(), nullptr)),
+         {{Core, "TrackEvent", Stamped(R"("facets": null, "session_id": "s1")")}}},
+        {CALL(TrackEvent("s1", NothingToReport(), nullptr)), {}, "3"},
+        {CALL(SetUserInformation(UserFacet())), {{Core, "SetUserInformation", Stamped(R"("user_id": "u1")")}}},
+        {CALL(SetGroupInformation("s1", UserFacet())),
+         {{Core, "SetGroupInformation", Stamped(R"("user_id": "u1", "session_id": "s1")")}}},
+    };
+}
+
 std::vector<Call> AllCalls()
 {
     std::vector<Call> calls;
-    for (auto* table : {&SessionCalls, &EventCalls, &DialogCalls, &GlintCalls, &RoutingCalls}) {
+    for (auto* table : {&SessionCalls, &EventCalls, &FacetCalls, &DialogCalls, &GlintCalls, &RoutingCalls}) {
         std::vector<Call> rows = table();
         calls.insert(calls.end(), rows.begin(), rows.end());
     }
@@ -220,6 +268,24 @@ TEST_F(ExportedCallsTest, EventsCrashesAndDevices)
 {
     AnswerEverywhere(kAnswer);
     ExpectCalls(EventCalls());
+}
+
+TEST_F(ExportedCallsTest, CallsThatSendAFacetsBody)
+{
+    AnswerEverywhere(kAnswer);
+    ExpectCalls(FacetCalls());
+}
+
+TEST_F(ExportedCallsTest, InitializeTakesTheSessionIdOnlyOnSuccess)
+{
+    CopyFakes();
+    for (auto const& [answer, outcome] : {std::pair{R"({"_returnCode": 0, "session_id": "new"})", "0 new"},
+                                          std::pair{R"({"_returnCode": 4, "session_id": "new"})", "4 old"}}) {
+        fake(Core).SetAnswer(answer);
+        QdxString id("old");
+        unsigned int const code = Initialize(ProductFacet(), id);
+        EXPECT_EQ(outcome, Outcome(code, id));
+    }
 }
 
 TEST_F(ExportedCallsTest, Dialogs)

@@ -52,7 +52,10 @@ template <typename Member> void Method(char const* name, Member member)
 
 void FreeFunctions()
 {
-    // The calls that take facets join this list with the facet classes.
+    FREE(Initialize, unsigned int (*)(Facet::Product const&, QdxString&));
+    FREE(TrackEvent, unsigned int (*)(QdxString const&, Facet::Core const&, JsonValue const*));
+    FREE(SetUserInformation, unsigned int (*)(Facet::User const&));
+    FREE(SetGroupInformation, unsigned int (*)(QdxString const&, Facet::User const&));
     FREE(UnInitialize, unsigned int (*)(QdxString const&));
     FREE(IsOptedIn, unsigned int (*)(JsonValue*));
     FREE(SetOptedIn, unsigned int (*)(JsonValue const&));
@@ -102,6 +105,22 @@ void FreeFunctions()
     FREE(JsonValueConversion::FromJsonData, void (*)(JsonValueImpl&, void const*));
     FREE(JsonValueConversion::UpdateFromJsonData, void (*)(JsonValue&, void const*));
     FREE(JsonValueConversion::FromString, bool (*)(std::string const&, JsonValueImpl&));
+
+#define FACET(Class)                                                                                                   \
+    FREE(Facet::New_##Class, Facet::Base* (*)(int const&, void*));                                                     \
+    FREE(Facet::Class::FacetName, char const* (*)())
+    FACET(Product);
+    FACET(Geo);
+    FACET(Content);
+    FACET(Http);
+    FACET(Browser);
+    FACET(Operation);
+    FACET(Entitlement);
+    FACET(Device);
+    FACET(User);
+    FACET(Component);
+#undef FACET
+    FREE(Facet::Core::FacetName, char const* (*)());
 }
 
 void MemberFunctions()
@@ -169,6 +188,19 @@ void MemberFunctions()
     METHOD(QdxStringImpl::operator std::string, std::string(QdxStringImpl::*)() const);
     METHOD(QdxStringImpl::operator std::string&, std::string & (QdxStringImpl::*)());
 
+    // Virtual functions are reached through the vtable, not by address: their
+    // signatures are checked by the overrides in the facet tests.
+    METHOD(Facet::Base::operator=, Facet::Base & (Facet::Base::*)(Facet::Base const&));
+    METHOD(Facet::Base::operator=, Facet::Base & (Facet::Base::*)(Facet::Base &&));
+    METHOD(Facet::Base::SetJsonValue, void(Facet::Base::*)(JsonValue*, bool));
+    METHOD(Facet::Base::Data, JsonValue & (Facet::Base::*)());
+    METHOD(Facet::Base::Data, JsonValue const& (Facet::Base::*)() const);
+    METHOD(Facet::Content::StartDocumentEditTimer, long long (Facet::Content::*)());
+    METHOD(Facet::Core::operator=, Facet::Core & (Facet::Core::*)(Facet::Core &&));
+    METHOD(Facet::Core::GetFacetByName, Facet::Base * (Facet::Core::*)(char const*, Facet::Core::FacetCreationAction));
+    METHOD(Facet::Core::Assign, void(Facet::Core::*)(Facet::Core const&));
+    METHOD(Facet::Core::Clear, void(Facet::Core::*)());
+
     METHOD(QdxLock::Lock, bool(QdxLock::*)());
     METHOD(QdxLock::Unlock, void(QdxLock::*)());
 }
@@ -188,6 +220,11 @@ void ConstructorsAndDestructors()
     QdxStringImpl const stringImpl("text");
     QdxLock lock;
     QdxAutoLock const guard(lock);
+    JsonValue facetValue;
+    Facet::Product const product(&facetValue, true);
+    Facet::Product const copiedProduct(product);
+    Facet::Core core(&facetValue, false);
+    Facet::Core const movedCore(std::move(core));
     JsonValue const* const shared = &JsonValue::sNullValue;  // the one exported data member
     static_cast<void>(shared);
 }
