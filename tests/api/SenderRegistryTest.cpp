@@ -71,7 +71,7 @@ TEST_F(SenderRegistryTest, EachSenderIsMadeOnceWithItsNamesAndFolders)
 
 TEST_F(SenderRegistryTest, OnlyObjectsWithMembersCarryTheInterfaceVersion)
 {
-    FakeCopy const core(FakeCompanions::kFakeCore_1_0, kCompanions);
+    FakeCopy const core(FakeCompanions::kFakeCore_1_0, kCompanions.c_str());
     core.SetEcho(true);  // the answer is the argument text as received
     LibraryMessageSenderQDXSDKWrapper* const sender = GetLibraryMessageSender();
     JsonValue array;
@@ -167,8 +167,8 @@ TEST_F(SenderRegistryTest, OnShutdownAsTheFirstCallMakesEverySenderAndUnloadsIt)
 
 TEST_F(SenderRegistryTest, OnShutdownFinalisesLoadedCompanionsAndKeepsTheSenders)
 {
-    FakeCopy const core(FakeCompanions::kFakeCore_1_0, kCompanions);
-    FakeCopy const dialogs(FakeCompanions::kFakeUi_1_0, kCompanions);
+    FakeCopy const core(FakeCompanions::kFakeCore_1_0, kCompanions.c_str());
+    FakeCopy const dialogs(FakeCompanions::kFakeUi_1_0, kCompanions.c_str());
     JsonValue result;
     ASSERT_EQ(0, GetLibraryMessageSender()->ProcessMessage("Ping", JsonValue(), result));
     ASSERT_EQ(0, GetUILibraryMessageSender()->ProcessMessage("Ping", JsonValue(), result));

@@ -52,7 +52,7 @@ protected:
 
 TEST_F(LibraryMessageSenderTest, FirstMessageLoadsAndInitialisesOnceAndTheSameFolderIsNotReloaded)
 {
-    FakeCopy fake(FakeCompanions::kFakeCore_2_0, Path("/tmp/core"));
+    FakeCopy fake(FakeCompanions::kFakeCore_2_0, "/tmp/core");
     Configure(m_sender, Path("/tmp/core"));
     EXPECT_FALSE(m_sender.IsLoaded());
     EXPECT_EQ(0, Ping(m_sender));
@@ -64,7 +64,7 @@ TEST_F(LibraryMessageSenderTest, FirstMessageLoadsAndInitialisesOnceAndTheSameFo
     EXPECT_FALSE(m_sender.IsLoaded());
     EXPECT_EQ(" InitializeEx() ProcessMessage(Ping) FreeMessage() ProcessMessage(Ping) FreeMessage() Finalize()",
               fake.Log());
-    FakeCopy older(FakeCompanions::kFakeCore_InitializeOnly, Path("/tmp/older"));
+    FakeCopy older(FakeCompanions::kFakeCore_InitializeOnly, "/tmp/older");
     LibraryMessageSender sender("QdxSDKCore.so", "_QdxSDKCore", nullptr);
     EXPECT_TRUE(sender.LoadLibraryWithPath(Path("/tmp/older")));
     EXPECT_EQ(" Initialize()", older.Log());  // when InitializeEx is missing
@@ -84,7 +84,7 @@ TEST_F(LibraryMessageSenderTest, FailedLoadsGiveCodeOneAndAreLogged)
     EXPECT_FALSE(m_sender.LoadLibraryWithPath(Path("/tmp/broken")));
     EXPECT_TRUE(log.Contains("Failed to load QDX SDK library from /tmp/broken/QdxSDKCore.so. "));
     EXPECT_TRUE(log.Contains("Error code: "));
-    FakeCopy fake(FakeCompanions::kFakeCore_NoProcessMessage, Path("/tmp/core"));
+    FakeCopy fake(FakeCompanions::kFakeCore_NoProcessMessage, "/tmp/core");
     LibraryMessageSender sender("QdxSDKCore.so", "_QdxSDKCore", nullptr);
     Configure(sender, Path("/tmp/core"));
     EXPECT_EQ(MessageSender::Result_NotLoaded, Ping(sender));
@@ -95,14 +95,14 @@ TEST_F(LibraryMessageSenderTest, DisablingStatuses)
 {
     for (int status = -1; status <= 13; ++status)
         EXPECT_EQ(status == 1 || status == 8 || status == 12, LibraryMessageSender::IsDisabled(status)) << status;
-    FakeCopy eight(FakeCompanions::kFakeCore_2_0, Path("/tmp/eight"));
+    FakeCopy eight(FakeCompanions::kFakeCore_2_0, "/tmp/eight");
     eight.SetInitializeStatus(8);  // disabled, yet loaded, and messages still arrive
     LibraryMessageSender sender("QdxSDKCore.so", "_QdxSDKCore", nullptr);
     Configure(sender, Path("/tmp/eight"));
     EXPECT_EQ(0, Ping(sender));
     EXPECT_TRUE(sender.IsDisabled());
     EXPECT_EQ(" InitializeEx() ProcessMessage(Ping) FreeMessage()", eight.Log());
-    FakeCopy twelve(FakeCompanions::kFakeCore_2_0, Path("/tmp/twelve"));
+    FakeCopy twelve(FakeCompanions::kFakeCore_2_0, "/tmp/twelve");
     twelve.SetInitializeStatus(12);  // unloaded at once; later messages return 12 without a new load
     Configure(m_sender, Path("/tmp/twelve"));
     EXPECT_EQ(12, Ping(m_sender));
@@ -114,10 +114,10 @@ TEST_F(LibraryMessageSenderTest, DisablingStatuses)
 
 TEST_F(LibraryMessageSenderTest, HostSuppliedHandleIsNeverInitialisedFinalisedOrClosed)
 {
-    FakeCopy fake(FakeCompanions::kFakeCore_2_0, Path("/tmp/core"));
+    FakeCopy fake(FakeCompanions::kFakeCore_2_0, "/tmp/core");
     {
         LibraryMessageSender sender("QdxSDKCore.so", "_QdxSDKCore", nullptr);
-        sender.SetLibraryHandle(fake.handle);
+        sender.SetLibraryHandle(fake.Handle());
         EXPECT_TRUE(sender.IsLoaded());
         EXPECT_EQ(0, Ping(sender));
         sender.UnLoad();
@@ -128,8 +128,8 @@ TEST_F(LibraryMessageSenderTest, HostSuppliedHandleIsNeverInitialisedFinalisedOr
 
 TEST_F(LibraryMessageSenderTest, NewerInstallCopyIsNotUsedWithoutAVerifiedSignature)
 {
-    FakeCopy installed(FakeCompanions::kFakeCore_2_1, Path("/tmp/install"));
-    FakeCopy located(FakeCompanions::kFakeCore_1_0, Path("/tmp/located"));
+    FakeCopy installed(FakeCompanions::kFakeCore_2_1, "/tmp/install");
+    FakeCopy located(FakeCompanions::kFakeCore_1_0, "/tmp/located");
     LibraryMessageSender sender("QdxSDKCore.so", "_QdxSDKCore", "/tmp/install");
     EXPECT_TRUE(sender.LoadLibraryWithPath(Path("/tmp/located")));
     EXPECT_TRUE(sender.GetLibraryFolder() == Path("/tmp/located"));
@@ -138,7 +138,7 @@ TEST_F(LibraryMessageSenderTest, NewerInstallCopyIsNotUsedWithoutAVerifiedSignat
 
 TEST_F(LibraryMessageSenderTest, TwoThreadsRacingTheFirstMessageLoadOnce)
 {
-    FakeCopy fake(FakeCompanions::kFakeCore_2_0, Path("/tmp/core"));
+    FakeCopy fake(FakeCompanions::kFakeCore_2_0, "/tmp/core");
     Configure(m_sender, Path("/tmp/core"));
     int codes[2] = {-1, -1};
     std::thread first([&] { codes[0] = Ping(m_sender); }), second([&] { codes[1] = Ping(m_sender); });

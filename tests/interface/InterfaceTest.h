@@ -9,10 +9,10 @@
 #include "FakeCompanions.h"
 #include "QdxDesktopSDK.h"
 #include "TestIsolation.h"
+#include "companions/FakeCopy.h"
 
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -30,33 +30,9 @@ inline fs::path const kCompanionFolder = "/tmp/companions";
 enum Companion { Core, Dialogs, Glint };
 inline char const* const kCompanionNames[] = {"core", "dialogs", "glint"};
 
-/// A fake companion copied into the companion folder and opened: the library,
-/// loading the same file, gets this very instance.
-class Fake {
-public:
-    explicit Fake(char const* built)
-    {
-        fs::path const file = kCompanionFolder / fs::path(built).filename();
-        fs::remove(file);  // a new file: the old one may still be mapped
-        fs::copy_file(built, file);
-        m_handle = dlopen(file.c_str(), RTLD_LAZY);
-        EXPECT_NE(nullptr, m_handle) << dlerror();
-    }
-    ~Fake() { dlclose(m_handle); }
-    Fake(Fake const&) = delete;
-    Fake& operator=(Fake const&) = delete;
-
-    template <typename Function> Function* Entry(char const* name) const
-    {
-        return reinterpret_cast<Function*>(dlsym(m_handle, name));
-    }
-    void SetAnswer(char const* text) const { Entry<void(char const*)>("FakeSetAnswer")(text); }
-    void SetInitializeStatus(int status) const { Entry<void(int)>("FakeSetInitializeStatus")(status); }
-    void SetRecordFile(char const* path) const { Entry<void(char const*)>("FakeSetRecordFile")(path); }
-    std::string Log() const { return Entry<char const*()>("FakeLog")(); }
-
-private:
-    void* m_handle = nullptr;
+/// A fake companion copied into the companion folder.
+struct Fake : FakeCopy {
+    explicit Fake(char const* built) : FakeCopy(built, kCompanionFolder) {}
 };
 
 /// JSON text in the library's own canonical form (keys sorted), on one line;
