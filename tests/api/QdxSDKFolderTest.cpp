@@ -9,7 +9,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <csignal>
+#include <cstring>
+#include <sys/mount.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -65,6 +68,15 @@ TEST(QdxSDKFolderTest, FoldersAndFiles)
     EXPECT_EQ(sdk.GetString(), QdxSDKFolder::GetQDXSDKFolderPath(nullptr).GetString());
     QdxSDKFolder::UseCommonFolder(false);
     EXPECT_EQ(getuid() == 0, QdxSDKFolder::IsUsingCommonFolder());
+}
+
+TEST(QdxSDKFolderTest, AnUnwritableHomeGivesTheCommonFolderWithFilesForAllUsers)
+{
+    QDX_REQUIRE_ISOLATION();
+    // The private home folder is a mount of its own: made read-only, even root cannot write there.
+    ASSERT_EQ(0, mount(nullptr, Home().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr)) << std::strerror(errno);
+    EXPECT_EQ("/opt/Norvane/QDXSDK/CS.json", QdxSDKFolder::GetCSStatusFilePath().GetString());
+    EXPECT_EQ(0777u, Path::GetGlobalFileAttribute());
 }
 
 TEST(QdxSDKFolderTest, CleanupKeepsBinUnrelatedEntriesAndTheRunningServiceCopy)

@@ -1,11 +1,9 @@
 // The three process-wide senders, the version stamp on their messages, the
 // mirroring of the environment file and shut-down. Every test runs in a
 // process of its own, so each starts with an empty registry.
-#include "FakeCompanions.h"
 #include "QdxLifecycle.h"
 #include "TestIsolation.h"
 #include "api/LibraryMessageSenderQDXSDKWrapper.h"
-#include "companions/FakeCopy.h"
 
 #include <gtest/gtest.h>
 
@@ -19,7 +17,10 @@ namespace {
 
 Path const kCompanions("/tmp/companions");
 
-Path SdkFolder() { return Path::GetSpecialFolderPath(Path::SpecialFolder_Home, false).Append(".norvane/UI/Norvane/QDXSDK"); }
+Path SdkFolder()
+{
+    return Path::GetSpecialFolderPath(Path::SpecialFolder_Home, false).Append(".norvane/UI/Norvane/QDXSDK");
+}
 Path EnvironmentCopy() { return SdkFolder().Append("qdxdesktopsdk.env"); }
 Path ReloadRequest() { return SdkFolder().Append("JSON/InternalMessage.json.user"); }
 
@@ -69,35 +70,6 @@ TEST_F(SenderRegistryTest, EachSenderIsMadeOnceWithItsNamesAndFolders)
     }
 }
 
-TEST_F(SenderRegistryTest, OnlyObjectsWithMembersCarryTheInterfaceVersion)
-{
-    FakeCopy const core(FakeCompanions::kFakeCore_1_0, kCompanions.c_str());
-    core.SetEcho(true);  // the answer is the argument text as received
-    LibraryMessageSenderQDXSDKWrapper* const sender = GetLibraryMessageSender();
-    JsonValue array;
-    array[-1] = 1;
-    JsonValue object;
-    object["a"] = 1;
-    struct Case {
-        JsonValue arguments;
-        bool stamped;
-    } cases[] = {{JsonValue(), false}, {JsonValue(5), false}, {array, false}, {object, true}};
-    for (Case& test : cases) {
-        JsonValue result;
-        sender->ProcessMessage("Echo", test.arguments, result);
-        EXPECT_EQ(test.stamped, result.HasKey("_sdk_api_version")) << result.GetJsonString().c_str();
-        // Written into the caller's object, const reference or not.
-        EXPECT_EQ(test.stamped, test.arguments.HasKey("_sdk_api_version"));
-    }
-    EXPECT_STREQ("5.5.34.5", QdxString(cases[3].arguments["_sdk_api_version"]).c_str());
-
-    JsonValue result;
-    sender->ProcessMessageWithArguments("Echo", result, nullptr);
-    EXPECT_EQ("{}", std::string(result.GetJsonString().c_str()));
-    sender->ProcessMessageWithArguments("Echo", result, "session_id", "s1", nullptr);
-    EXPECT_STREQ("5.5.34.5", QdxString(result["_sdk_api_version"]).c_str());
-}
-
 TEST_F(SenderRegistryTest, TwoThreadsMakingTheCoreSenderGetOneSenderAndOneMirror)
 {
     WriteText(kCompanions.Append("qdxdesktopsdk.env"), "LEVEL=1\n");
@@ -140,10 +112,9 @@ TEST_F(SenderRegistryTest, EnvironmentFileIsMirroredAndAReloadRequestedOnlyOnCha
                                                            : !EnvironmentCopy().Exists();
             JsonValue request;
             request.FromJsonString(QdxString(ReloadRequest().ReadFileAsString(-1).c_str()));
-            bool const requested = QdxString(request["_command"]) == "InternalMessage" &&
-                                   QdxString(request["_msg"]) == "ReloadConfig" &&
-                                   static_cast<long long>(request["_pid"]) == getpid() &&
-                                   request["reset"].Compare(JsonValue(true)) == 0;
+            bool const requested =
+                QdxString(request["_command"]) == "InternalMessage" && QdxString(request["_msg"]) == "ReloadConfig" &&
+                static_cast<long long>(request["_pid"]) == getpid() && request["reset"].Compare(JsonValue(true)) == 0;
             _exit((mirrored ? 0 : 1) | (requested == test.reloadRequested ? 0 : 2) |
                   (ReloadRequest().Exists() == test.reloadRequested ? 0 : 4));
         }
@@ -161,24 +132,9 @@ TEST_F(SenderRegistryTest, OnShutdownAsTheFirstCallMakesEverySenderAndUnloadsIt)
     WriteText(kCompanions.Append("qdxdesktopsdk.env"), "A=1\n");
     OnShutdown();
     EXPECT_TRUE(EnvironmentCopy().Exists());  // the core sender was made, mirror included
+    LibraryMessageSenderQDXSDKWrapper* const core = GetLibraryMessageSender();
     for (auto* accessor : {&GetUILibraryMessageSender, &GetLibraryMessageSender, &GetGlintLibraryMessageSender})
         EXPECT_FALSE(accessor()->IsLoaded());
-}
-
-TEST_F(SenderRegistryTest, OnShutdownFinalisesLoadedCompanionsAndKeepsTheSenders)
-{
-    FakeCopy const core(FakeCompanions::kFakeCore_1_0, kCompanions.c_str());
-    FakeCopy const dialogs(FakeCompanions::kFakeUi_1_0, kCompanions.c_str());
-    JsonValue result;
-    ASSERT_EQ(0, GetLibraryMessageSender()->ProcessMessage("Ping", JsonValue(), result));
-    ASSERT_EQ(0, GetUILibraryMessageSender()->ProcessMessage("Ping", JsonValue(), result));
-    LibraryMessageSenderQDXSDKWrapper* const coreSender = GetLibraryMessageSender();
-
     OnShutdown();
-
-    EXPECT_NE(std::string::npos, core.Log().find("Finalize()"));
-    EXPECT_NE(std::string::npos, dialogs.Log().find("Finalize()"));
-    EXPECT_EQ(coreSender, GetLibraryMessageSender());
-    EXPECT_FALSE(coreSender->IsLoaded());
-    EXPECT_EQ(0, coreSender->ProcessMessage("Ping", JsonValue(), result));  // loads again on demand
+    EXPECT_EQ(core, GetLibraryMessageSender());  // unloaded, but kept
 }
