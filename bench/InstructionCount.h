@@ -40,18 +40,30 @@ inline bool RunForInstructionCount(int argc, char** argv, Operations const& oper
     return true;
 }
 
+/// Tells why the benchmarks cannot run (a companion that did not load), or
+/// null when they can.
+using ReadinessCheck = char const* (*)();
+
+/// One benchmark of an operation: run in the loop, counted as items.
+inline void RunOperation(benchmark::State& state, std::function<void()> const& operation, ReadinessCheck notReady)
+{
+    if (char const* const reason = notReady != nullptr ? notReady() : nullptr)
+        state.SkipWithError(reason);
+    for (auto _ : state)
+        operation();
+    state.SetItemsProcessed(state.iterations());
+}
+
 /// The main program of a benchmark of operations: counts instructions when
 /// asked (see RunForInstructionCount), else registers every operation as a
-/// benchmark run by `run` and runs the benchmarks, those registered before
-/// included.
-inline int Main(int argc, char** argv, Operations const& operations,
-                void (*run)(benchmark::State&, std::function<void()> const&))
+/// benchmark and runs the benchmarks, those registered before included.
+inline int Main(int argc, char** argv, Operations const& operations, ReadinessCheck notReady = nullptr)
 {
     int exitCode;
     if (RunForInstructionCount(argc, argv, operations, exitCode))
         return exitCode;
     for (auto const& [name, operation] : operations)
-        benchmark::RegisterBenchmark(name.c_str(), run, operation);
+        benchmark::RegisterBenchmark(name.c_str(), RunOperation, operation, notReady);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();

@@ -80,22 +80,16 @@ void RawRoundTrip()
 
 QdxBench::Operations const& Operations()
 {
-    static QdxBench::Operations const operations = {
-        {"library_write", LibraryWrite}, {"library_parse", LibraryParse},
-        {"library_round_trip", LibraryRoundTrip}, {"library_deep_copy", LibraryDeepCopy},
-        {"raw_write", RawWrite}, {"raw_parse", RawParse}, {"raw_round_trip", RawRoundTrip}};
+    static QdxBench::Operations const operations = {{"library_write", LibraryWrite},
+                                                    {"library_parse", LibraryParse},
+                                                    {"library_round_trip", LibraryRoundTrip},
+                                                    {"library_deep_copy", LibraryDeepCopy},
+                                                    {"raw_write", RawWrite},
+                                                    {"raw_parse", RawParse},
+                                                    {"raw_round_trip", RawRoundTrip}};
     return operations;
-}
-
-void Run(benchmark::State& state, std::function<void()> const& operation)
-{
-    for (auto _ : state)
-        operation();
 }
 
 }  // namespace
 
-int main(int argc, char** argv)
-{
-    return QdxBench::Main(argc, argv, Operations(), Run);
-}
+int main(int argc, char** argv) { return QdxBench::Main(argc, argv, Operations()); }

@@ -93,13 +93,11 @@ QdxBench::Operations const& Operations()
     return operations;
 }
 
-void Run(benchmark::State& state, std::function<void()> const& operation)
+char const* NotReady()
 {
-    if (TrackEvent(Shared().sessionId, Shared().core, nullptr) != 0)
-        state.SkipWithError("the instant companion did not answer (is QdxSDKCore.so beside this program?)");
-    for (auto _ : state)
-        operation();
-    state.SetItemsProcessed(state.iterations());
+    return TrackEvent(Shared().sessionId, Shared().core, nullptr) == 0
+               ? nullptr
+               : "the instant companion did not answer (is QdxSDKCore.so beside this program?)";
 }
 
 }  // namespace
@@ -107,9 +105,9 @@ void Run(benchmark::State& state, std::function<void()> const& operation)
 int main(int argc, char** argv)
 {
     for (auto const& [name, operation] : Operations())
-        benchmark::RegisterBenchmark((name + "_threads").c_str(), Run, operation)
+        benchmark::RegisterBenchmark((name + "_threads").c_str(), QdxBench::RunOperation, operation, NotReady)
             ->Threads(1)
             ->Threads(2)
             ->UseRealTime();
-    return QdxBench::Main(argc, argv, Operations(), Run);
+    return QdxBench::Main(argc, argv, Operations(), NotReady);
 }
