@@ -22,13 +22,6 @@ char const* const kConfigFileName = "slp.json";
 char const* const kProductsMember = "ProductLibraryPath";
 char const* const kLibraryPathMember = "QDX";
 
-// The logger when level 6 is on, so that the lines cost nothing otherwise.
-Logger* DevLogger()
-{
-    Logger* const logger = Logger::Instance(Singleton::GetOrCreate);
-    return logger != nullptr && logger->IsLogEnabled(Logger::LogLevel_Dev) ? logger : nullptr;
-}
-
 // A file that does not parse leaves a JSON null behind a live handle; it
 // holds no configuration any more than the null handle does, so that the
 // next query reads the file again.
@@ -93,7 +86,7 @@ bool LibraryPathManager::LoadLibraryPathConfig(Path const& key)
     if (hosts.HasKey(keyText)) {
         m_libraryPath = LibraryPathOf(hosts[keyText]);
         m_libraryPathKey = key;
-        if (Logger* const logger = DevLogger())
+        if (Logger* const logger = Logger::IfEnabled(Logger::LogLevel_Dev))
             logger->Log(Logger::LogLevel_Dev, "LoadLibraryPathConfig from CurrentPath: key = %s", key.c_str());
     } else {
         // Names come in ascending text order, so an ancestor is met before
@@ -105,7 +98,7 @@ bool LibraryPathManager::LoadLibraryPathConfig(Path const& key)
             QdxString const name = names[i];
             if (!Path(name.c_str()).IsPreFixOf(key))
                 continue;
-            if (Logger* const logger = DevLogger())
+            if (Logger* const logger = Logger::IfEnabled(Logger::LogLevel_Dev))
                 logger->Log(Logger::LogLevel_Dev,
                             "LoadLibraryPathConfig from CurrentPath Parents: key = %s, currentPath = %s", name.c_str(),
                             key.c_str());
@@ -114,7 +107,7 @@ bool LibraryPathManager::LoadLibraryPathConfig(Path const& key)
             break;
         }
     }
-    if (Logger* const logger = DevLogger())
+    if (Logger* const logger = Logger::IfEnabled(Logger::LogLevel_Dev))
         logger->Log(Logger::LogLevel_Dev, "LoadLibraryPathConfig found sLibraryPath = %s, sLibraryPathKey = %s",
                     m_libraryPath.c_str(), m_libraryPathKey.c_str());
     return true;

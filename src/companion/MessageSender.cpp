@@ -8,7 +8,6 @@
 #include "values/JsonValueAccess.h"
 #include "values/QdxStringAccess.h"
 
-
 namespace Norvane {
 namespace QDXDesktopSDK {
 
@@ -45,14 +44,13 @@ bool MessageSender::CallProcessMessage(std::string const& name, std::string cons
     if (processMessage == nullptr)
         return false;
     FreeMessageFunction const freeMessage = m_freeMessage.load(std::memory_order_relaxed);
-    Logger* const logger = Logger::Instance(Singleton::GetOrCreate);
-    bool const logging = logger != nullptr && logger->IsLogEnabled(Logger::LogLevel_Dev);
-    if (logging)
+    Logger* const logger = Logger::IfEnabled(Logger::LogLevel_Dev);
+    if (logger != nullptr)
         logger->Log(Logger::LogLevel_Dev, "CallProcessMessage: %s, data: %s", name.c_str(), data.c_str());
     char const* const answer = processMessage(name.c_str(), data.c_str());
     if (answer != nullptr)
         result = answer;
-    if (logging)
+    if (logger != nullptr)
         logger->Log(Logger::LogLevel_Dev, "CallProcessMessage: %s, result: %s", name.c_str(), result.c_str());
     if (freeMessage != nullptr)
         freeMessage(answer);

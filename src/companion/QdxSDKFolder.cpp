@@ -52,12 +52,6 @@ Path InstallBinFolder(char const* installation, char const* sub)
     return AppendIfGiven(bin, sub);
 }
 
-Logger* DebugLogger()
-{
-    Logger* const logger = Logger::Instance(Singleton::GetOrCreate);
-    return logger != nullptr && logger->IsLogEnabled(Logger::LogLevel_Debug) ? logger : nullptr;
-}
-
 struct CleanupWalk {
     Path keptBin;                              // folder/bin, never deleted
     std::map<long long, Path> serviceFolders;  // running client service: pid to its executable's folder
@@ -67,7 +61,7 @@ int CleanupEntry(FindData const& found, void* user)
 {
     CleanupWalk const& walk = *static_cast<CleanupWalk const*>(user);
     Path const& entry = found.GetPath();
-    Logger* const logger = DebugLogger();
+    Logger* const logger = Logger::IfEnabled(Logger::LogLevel_Debug);
     if (entry == walk.keptBin) {
         if (logger != nullptr)
             logger->Log(Logger::LogLevel_Debug, "Skip (bin): %s", entry.c_str());
@@ -140,7 +134,7 @@ Path GetCSStatusFilePath() { return GetQDXSDKFolderPath(kStatusFile); }
 
 int CleanupAllTempBinAtPath(Path const& folder)
 {
-    if (Logger* const logger = DebugLogger())
+    if (Logger* const logger = Logger::IfEnabled(Logger::LogLevel_Debug))
         logger->Log(Logger::LogLevel_Debug, "Begin cleanup for: %s", folder.c_str());
 
     CleanupWalk walk{folder.Append(kBinFolder), {}};
@@ -149,7 +143,7 @@ int CleanupAllTempBinAtPath(Path const& folder)
     Finder finder(&CleanupEntry, &walk, nullptr, nullptr, false);
     finder.StartFind(folder);
 
-    if (Logger* const logger = DebugLogger())
+    if (Logger* const logger = Logger::IfEnabled(Logger::LogLevel_Debug))
         logger->Log(Logger::LogLevel_Debug, "End cleanup");
     return 0;
 }

@@ -66,6 +66,12 @@ Logger* Logger::Instance(SingletonFlag flag)
     return InstanceOf<Logger>(flag);
 }
 
+Logger* Logger::IfEnabled(LogLevel level)
+{
+    Logger* const logger = Instance(GetOrCreate);
+    return logger != nullptr && logger->IsLogEnabled(level) ? logger : nullptr;
+}
+
 Logger::~Logger()
 {
     s_pLiveLogger.store(nullptr, std::memory_order_release);

@@ -43,6 +43,9 @@ public:
     /// The logger: created when missing with GetOrCreate, null when there is
     /// none with GetExisting (as destructors and shut-down paths ask).
     static Logger* Instance(SingletonFlag flag);
+    /// The logger (created when missing) when `level` is enabled, else null:
+    /// callers format their lines only when they get one.
+    static Logger* IfEnabled(LogLevel level);
 
     Logger();
     ~Logger() override;
