@@ -340,8 +340,6 @@ TEST_F(ExportedCallsTest, TheAnswerDecidesTheResult)
         {R"({"_returnCode": 7})", "7 <null> false false"},
         {R"({"_returnCode": 12})", "12 <null> false true"},
         {R"({"deviceID": "d"})", "2 d false false"},  // the output is copied whatever the code
-        {nullptr, "2 <null> false false"},
-        {"not JSON", "2 <null> false false"},
     };
     CopyFakes();
     for (Case const& test : cases) {
@@ -351,7 +349,7 @@ TEST_F(ExportedCallsTest, TheAnswerDecidesTheResult)
         std::string const device = Outcome(code, id);
         std::string const hostProduct = Outcome(SetHostProduct("s1"));
         EXPECT_EQ(test.outcome, device + " " + hostProduct + " " + Outcome(IsQDXDisabled()))
-            << (test.answer != nullptr ? test.answer : "null answer");
+            << test.answer;
     }
 }
 
