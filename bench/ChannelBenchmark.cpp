@@ -8,6 +8,7 @@
 #include "EventBody.h"
 #include "FakeCompanions.h"
 #include "InstructionCount.h"
+#include "RawRoundTrip.h"
 #include "companion/LibraryMessageSender.h"
 #include "companion/LibraryPathManager.h"
 #include "values/RapidJson.h"
@@ -63,15 +64,7 @@ QdxBench::Operations const& Operations()
              JsonValue result;
              benchmark::DoNotOptimize(result.FromJsonString(Shared().body.GetJsonString()));
          }},
-        {"raw_round_trip",
-         [] {
-             JsonTextBuffer buffer;
-             JsonPrettyWriter writer(buffer);
-             Shared().document.Accept(writer);
-             JsonDocument parsed;
-             parsed.Parse(buffer.GetString());
-             benchmark::DoNotOptimize(parsed.HasParseError());
-         }},
+        {"raw_round_trip", [] { QdxBench::RawRoundTrip(Shared().document); }},
         {"direct_call", [] { Shared().release(Shared().process("TrackEvent", Shared().text.c_str())); }},
     };
     return operations;

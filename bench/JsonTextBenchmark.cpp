@@ -4,6 +4,7 @@
 // (see instruction_ratio.sh).
 #include "EventBody.h"
 #include "InstructionCount.h"
+#include "RawRoundTrip.h"
 #include "JsonValue.h"
 #include "values/RapidJson.h"
 
@@ -68,15 +69,7 @@ void RawParse()
     benchmark::DoNotOptimize(document.HasParseError());
 }
 
-void RawRoundTrip()
-{
-    JsonTextBuffer buffer;
-    JsonPrettyWriter writer(buffer);
-    Shared().document.Accept(writer);
-    JsonDocument document;
-    document.Parse(buffer.GetString());
-    benchmark::DoNotOptimize(document.HasParseError());
-}
+void RawRoundTrip() { QdxBench::RawRoundTrip(Shared().document); }
 
 QdxBench::Operations const& Operations()
 {

@@ -7,6 +7,7 @@
 #include "Facet.h"
 #include "FacetCore.h"
 #include "InstructionCount.h"
+#include "RawRoundTrip.h"
 #include "QdxEvents.h"
 #include "api/LibraryMessageSenderQDXSDKWrapper.h"
 #include "values/RapidJson.h"
@@ -77,15 +78,7 @@ Fixture& Shared()
 
 void TrackOne() { benchmark::DoNotOptimize(TrackEvent(Shared().sessionId, Shared().core, nullptr)); }
 
-void RawRoundTrip()
-{
-    JsonTextBuffer buffer;
-    JsonPrettyWriter writer(buffer);
-    Shared().sentBody.Accept(writer);
-    JsonDocument parsed;
-    parsed.Parse(buffer.GetString());
-    benchmark::DoNotOptimize(parsed.HasParseError());
-}
+void RawRoundTrip() { QdxBench::RawRoundTrip(Shared().sentBody); }
 
 QdxBench::Operations const& Operations()
 {
