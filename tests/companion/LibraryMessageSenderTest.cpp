@@ -5,7 +5,7 @@
 #include "TestIsolation.h"
 #include "companion/LibraryMessageSender.h"
 #include "companion/LibraryPathManager.h"
-#include "companions/FakeCopy.h"
+#include "fakes/FakeCopy.h"
 #include "support/LogTarget.h"
 #include "support/Logger.h"
 #include <gtest/gtest.h>

@@ -9,7 +9,7 @@
 #include "FakeCompanions.h"
 #include "QdxDesktopSDK.h"
 #include "TestIsolation.h"
-#include "companions/FakeCopy.h"
+#include "fakes/FakeCopy.h"
 
 #include <gtest/gtest.h>
 
