@@ -125,8 +125,11 @@ void Connection::AbortLongStatementsOnInterrupt(bool on)
 bool Connection::Fail(int code, std::string const& context)
 {
     int const primary = code & 0xff;
-    if (primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB)
+    if (primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB) {
         m_corrupt = true;
+        // A corrupt database is to be moved aside as it is, its log beside it.
+        sqlite3_db_config(m_db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    }
     std::string message;
     if ((primary == SQLITE_BUSY || primary == SQLITE_INTERRUPT) && m_interrupted)
         message = "stopped waiting for the database: the owner asked to stop";
