@@ -76,11 +76,19 @@ Store::TrimResult Store::Impl::Trim(StoreLimits const& limits, long long nowMs)
     }
 
     // Ended sessions go once no record refers to them; the age limit covers
-    // them, the size limit does not (they are small).
-    if (!Query(*m_connection, "DELETE FROM sessions WHERE end_ms IS NOT NULL AND end_ms < ? AND NOT EXISTS "
-                              "(SELECT 1 FROM records WHERE records.session = sessions.id)")
-             .Bind(cutoff)
-             .Run())
+    // them, the size limit does not (they are small). Finding the references
+    // reads every record, so only when there is a session to remove.
+    bool candidates = false;
+    {
+        Query find(*m_connection, "SELECT 1 FROM sessions WHERE end_ms < ? LIMIT 1");
+        candidates = find.Bind(cutoff).Next();
+        if (!find.Ok())
+            return result;
+    }
+    if (candidates && !Query(*m_connection, "DELETE FROM sessions WHERE end_ms < ? AND id NOT IN "
+                                            "(SELECT session FROM records WHERE session IS NOT NULL)")
+                           .Bind(cutoff)
+                           .Run())
         return result;
     std::map<std::string, long long> counts;
     if (result.removedByAge > 0)
