@@ -86,7 +86,11 @@ std::vector<std::string>& s_destroyed = *new std::vector<std::string>;  // guard
 struct Probe : Singleton {
     static inline std::atomic<int> s_created{0};
     Probe() { ++s_created; }
-    ~Probe() override { std::lock_guard<std::mutex> lock(s_journalMutex); s_destroyed.push_back(GetSingletonName()); }
+    ~Probe() override
+    {
+        std::lock_guard<std::mutex> lock(s_journalMutex);
+        s_destroyed.push_back(GetSingletonName());
+    }
     static Singleton* Create(Singleton*& slot, SingletonFlag flag)
     {
         return flag == GetOrCreate && slot == nullptr ? slot = new Probe() : slot;
@@ -127,21 +131,34 @@ TEST(StdThreadTest, ClosedAndDeletedObjectsLeaveTheirThreadsToFinishAlone)
     long long const deletedId = deleted->GetThreadId();
     closed.Close();
     delete deleted;  // the sanitizer builds watch the last hand-over
+    // Closed, the object still counts its thread as running: no wait ends early, no second thread starts.
+    EXPECT_FALSE(closed.Wait(0));
+    EXPECT_EQ(closedId, closed.Run(Blocked(gate, 8), nullptr));
     gate->open = true;
     auto const gone = [](long long id) { return ThreadName(std::to_string(id)).empty(); };
     ASSERT_TRUE(WaitUntil([&] { return gone(closedId) && gone(deletedId); }));
     EXPECT_EQ(closedId, closed.GetThreadId());
     EXPECT_EQ(-1, closed.GetExitCode());
+    ASSERT_TRUE(closed.Wait(10000));
+    EXPECT_EQ(0, closed.GetThreadId());
+    EXPECT_EQ(-1, closed.GetExitCode());  // the result of a thread let go of is discarded
+    EXPECT_EQ(2, gate->runs);
 }
 
 TEST(StdThreadTest, WorkerThreadsRunMainThreadFunctionsThemselves)
 {
-    StdThread worker([](void*) {
-        long long self = GetThreadId();
-        return StdThread::RunFunctionOnMainThread([](void* id) {
-            return GetThreadId() == *static_cast<long long*>(id) && !StdThread::IsCurrentThreadIsMainThread() ? 42 : 1;
-        }, &self);
-    }, nullptr);
+    StdThread worker(
+        [](void*) {
+            long long self = GetThreadId();
+            return StdThread::RunFunctionOnMainThread(
+                [](void* id) {
+                    return GetThreadId() == *static_cast<long long*>(id) && !StdThread::IsCurrentThreadIsMainThread()
+                               ? 42
+                               : 1;
+                },
+                &self);
+        },
+        nullptr);
     ASSERT_TRUE(worker.Wait(10000));
     EXPECT_EQ(42, worker.GetExitCode());
 }
