@@ -263,9 +263,9 @@ TEST(StdProcessTimeTest, LocalTimeStringIdsFreshInAForkChildAndWaitForCondition)
     auto const holdsFrom3 = [](void* count) { return ++*static_cast<int*>(count) >= 3; };
     EXPECT_TRUE(WaitForCondition(holdsFrom3, &tests, -1, 0));
     EXPECT_EQ(3, tests);
-    tests = -100;
-    EXPECT_FALSE(WaitForCondition(holdsFrom3, &tests, 0, 5));  // tests, sleeps once, tests again
-    EXPECT_EQ(-98, tests);
+    tests = 1;  // holds from the next test on, as if a thread ended during the interval
+    EXPECT_FALSE(WaitForCondition(holdsFrom3, &tests, 0, 5));  // tests, sleeps once, then the time is up
+    EXPECT_EQ(2, tests);
 }
 
 TEST(TimerManagerTest, OneShotReschedulingIdleThreadEndAndCallbacksChangingTimers)
