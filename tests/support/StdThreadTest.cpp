@@ -1,3 +1,4 @@
+#include "ThreadWaits.h"
 #include "support/CountTimer.h"
 #include "support/SingletonManager.h"
 #include "support/StdConditionVariable.h"
@@ -7,18 +8,14 @@
 #include "support/StdReadWriteLock.h"
 #include "support/StdSemaphore.h"
 #include "support/StdThread.h"
-#include "support/TimerManager.h"
 #include <gtest/gtest.h>
 #include <atomic>
-#include <chrono>
 #include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
-#include <dirent.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -26,15 +23,6 @@ using namespace Norvane::QDXDesktopSDK;
 using namespace Norvane::QDXDesktopSDK::StdProcessUtil;
 
 namespace {
-// Polls `condition` until it holds or a generous limit (10 seconds) passes.
-template <typename Condition> bool WaitUntil(Condition condition)
-{
-    auto const limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    for (; !condition(); std::this_thread::sleep_for(std::chrono::milliseconds(1)))
-        if (std::chrono::steady_clock::now() > limit)
-            return false;
-    return true;
-}
 // Shared with the thread functions, whose threads may outlive the objects that started them.
 struct Gate {
     std::atomic<bool> open{false};
@@ -47,36 +35,6 @@ StdThread::ThreadFunction Blocked(std::shared_ptr<Gate> const& gate, int result)
         while (!gate->open)
             Sleep(1);
         return result;
-    };
-}
-std::string ThreadName(std::string const& threadId)  // empty once the thread is gone
-{
-    std::string name;
-    std::getline(std::ifstream("/proc/self/task/" + threadId + "/comm"), name);
-    return name;
-}
-int TimerThreads()
-{
-    int count = 0;
-    if (DIR* tasks = opendir("/proc/self/task")) {
-        while (dirent const* entry = readdir(tasks))
-            count += entry->d_name[0] != '.' && ThreadName(entry->d_name) == "QDXTimer";
-        closedir(tasks);
-    }
-    return count;
-}
-// Shared with the callback, which may outlive the test's locals.
-struct Calls {
-    std::atomic<int> count{0};
-    std::atomic<long long> lastTick{0};
-    std::atomic<long long> lastThread{0};
-};
-TimerManager::TimerCallback Counting(std::shared_ptr<Calls> const& calls)
-{
-    return [calls](std::string const&) {
-        calls->lastTick = GetTickCount();
-        calls->lastThread = GetThreadId();
-        ++calls->count;
     };
 }
 // Never destroyed: the singleton registry outlives this file's statics and
@@ -266,85 +224,6 @@ TEST(StdProcessTimeTest, LocalTimeStringIdsFreshInAForkChildAndWaitForCondition)
     tests = 1;  // holds from the next test on, as if a thread ended during the interval
     EXPECT_FALSE(WaitForCondition(holdsFrom3, &tests, 0, 5));  // tests, sleeps once, then the time is up
     EXPECT_EQ(2, tests);
-}
-
-TEST(TimerManagerTest, OneShotReschedulingIdleThreadEndAndCallbacksChangingTimers)
-{
-    auto once = std::make_shared<Calls>();
-    auto hourly = std::make_shared<Calls>();
-    auto replacement = std::make_shared<Calls>();
-    ASSERT_TRUE(ScheduleTimer("once", -1, Counting(once)));
-    ASSERT_TRUE(ScheduleTimer("job", 3600, Counting(hourly)));
-    EXPECT_TRUE(IsTimerScheduled("once"));
-    ASSERT_TRUE(WaitUntil([&] { return once->count == 1; }));
-    EXPECT_EQ("QDXTimer", ThreadName(std::to_string(once->lastThread)));
-    EXPECT_FALSE(IsTimerScheduled("once"));
-    long long const rescheduled = GetTickCount();
-    ASSERT_TRUE(ScheduleTimer("job", -2, Counting(replacement)));
-    ASSERT_TRUE(WaitUntil([&] { return replacement->count == 1; }));
-    EXPECT_GE(replacement->lastTick - rescheduled, 1991);
-    EXPECT_EQ(0, hourly->count);
-    EXPECT_EQ(1, once->count);
-    EXPECT_FALSE(ScheduleTimer("job", 1, nullptr));
-    // The idle thread ends by itself (about three seconds); the next timer starts another.
-    EXPECT_TRUE(WaitForCondition([](void*) { return TimerThreads() == 0; }, nullptr, 30000, 10));
-    // A callback may remove its own timer and schedule another.
-    auto self = std::make_shared<Calls>();
-    auto spawned = std::make_shared<Calls>();
-    ASSERT_TRUE(ScheduleTimer("self", 0, [self, spawned](std::string const& name) {
-        ++self->count;
-        EXPECT_TRUE(ScheduleTimer(name, 0, nullptr));
-        EXPECT_TRUE(ScheduleTimer("spawned", -1, Counting(spawned)));
-    }));
-    EXPECT_TRUE(WaitUntil([] { return TimerThreads() == 1; }));
-    ASSERT_TRUE(WaitUntil([&] { return spawned->count == 1; }));
-    EXPECT_EQ(1, self->count);
-    EXPECT_FALSE(IsTimerScheduled("self"));
-}
-
-TEST(TimerManagerTest, ManualPassesRunAtMostOncePerSecond)
-{
-    auto passes = std::make_shared<Calls>();
-    ASSERT_TRUE(ScheduleTimer("passes", 0, Counting(passes)));  // due at every pass
-    ASSERT_TRUE(WaitUntil([] { return TimerThreads() == 1; }));
-    EXPECT_TRUE(ScheduleTimer("_ManualTrigger", 0, nullptr));  // stops the thread
-    ASSERT_TRUE(WaitUntil([] { return TimerThreads() == 0; }));
-    // Only a second call within 991 ms of the first proves anything; a stalled machine tries again.
-    bool checked = false;
-    for (int attempt = 0; attempt < 5 && !checked; ++attempt) {
-        int const before = passes->count;
-        long long firstCall = 0;
-        ASSERT_TRUE(WaitUntil([&] {
-            firstCall = GetTickCount();
-            return ScheduleTimer("", 0, nullptr) && passes->count > before;
-        }));
-        EXPECT_EQ(GetThreadId(), passes->lastThread);
-        ScheduleTimer("", 0, nullptr);
-        if (GetTickCount() - firstCall < 991) {
-            EXPECT_EQ(before + 1, passes->count);
-            checked = true;
-        }
-    }
-    EXPECT_TRUE(checked);
-}
-
-TEST(TimerManagerTest, RegistryDestructionDuringACallbackStopsTheThread)
-{
-    auto entered = std::make_shared<std::atomic<bool>>(false);
-    auto destroying = std::make_shared<std::atomic<bool>>(false);
-    ASSERT_TRUE(ScheduleTimer("slow", 0, [entered, destroying](std::string const&) {
-        *entered = true;
-        WaitUntil([&] { return destroying->load(); });
-        Sleep(50);  // still busy while the destruction begins; then it asks for more
-        ScheduleTimer("late", 1, [](std::string const&) {});
-    }));
-    ASSERT_TRUE(WaitUntil([&] { return entered->load(); }));
-    *destroying = true;
-    EXPECT_EQ(nullptr, SingletonManager::Instance(Singleton::Destroy));
-    EXPECT_TRUE(WaitUntil([] { return TimerThreads() == 0; }));
-    auto after = std::make_shared<Calls>();
-    ASSERT_TRUE(ScheduleTimer("after", -1, Counting(after)));
-    EXPECT_TRUE(WaitUntil([&] { return after->count == 1; }));
 }
 
 TEST(SingletonManagerTest, RacingRequestsGetOneInstanceDestroyedByDescendingOrderThenNameAndCreatedAgain)
