@@ -117,3 +117,36 @@ TEST(TimerManagerTest, RegistryDestructionDuringACallbackStopsTheThread)
     ASSERT_TRUE(ScheduleTimer("after", -1, Counting(after)));
     EXPECT_TRUE(WaitUntil([&] { return after->count == 1; }));
 }
+
+TEST(TimerManagerTest, AStopAskedForDuringAPassDoesNotCutTheNextThreadsFirstSleep)
+{
+    // The first pass of a restarted thread comes a second after its start, so a manual pass made
+    // at once is the first; only a manual pass well within that second proves anything, and a
+    // stalled machine tries again.
+    bool checked = false;
+    for (int attempt = 0; attempt < 5 && !checked; ++attempt) {
+        auto stopped = std::make_shared<Calls>();
+        ASSERT_TRUE(ScheduleTimer("stopper", 0, [stopped](std::string const& name) {
+            ScheduleTimer(name, 0, nullptr);
+            ScheduleTimer("_ManualTrigger", 0, nullptr);  // asked while the loop runs this pass
+            Counting(stopped)(name);
+        }));
+        ASSERT_TRUE(WaitUntil([&] { return stopped->count == 1 && TimerThreads() == 0; }));
+        // Past the least gap between two passes, which would hold back any pass.
+        ASSERT_TRUE(WaitUntil([&] { return GetTickCount() - stopped->lastTick > 1500; }));
+        auto probe = std::make_shared<Calls>();
+        long long const restart = GetTickCount();
+        ASSERT_TRUE(ScheduleTimer("probe", 0, Counting(probe)));  // due at every pass
+        Sleep(250);  // time enough for a thread that does not sleep first to make its pass
+        ScheduleTimer("", 0, nullptr);
+        bool const inTime = GetTickCount() - restart < 900;
+        ScheduleTimer("probe", 0, nullptr);
+        ScheduleTimer("_ManualTrigger", 0, nullptr);
+        if (inTime) {
+            EXPECT_EQ(1, probe->count);
+            EXPECT_EQ(GetThreadId(), probe->lastThread);
+            checked = true;
+        }
+    }
+    EXPECT_TRUE(checked);
+}
