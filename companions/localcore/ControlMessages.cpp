@@ -122,11 +122,11 @@ char const* HandleGetStoreStatus(LocalCore& core, Message const&)
     answer.AddMember("database", Text(status.database, answer), allocator);
     answer.AddMember("storage", status.storageReady, allocator);
     answer.AddMember("current", current, allocator);
-    answer.AddMember("records_stored", status.figures.records, allocator);
+    answer.AddMember("records_stored", static_cast<std::int64_t>(status.figures.records), allocator);
     answer.AddMember("records_waiting", static_cast<std::uint64_t>(core.Queue().Count()), allocator);
-    answer.AddMember("sessions", status.figures.sessions, allocator);
-    answer.AddMember("newest_record_ms", status.figures.newestMs, allocator);
-    answer.AddMember("database_bytes", status.figures.databaseBytes, allocator);
+    answer.AddMember("sessions", static_cast<std::int64_t>(status.figures.sessions), allocator);
+    answer.AddMember("newest_record_ms", static_cast<std::int64_t>(status.figures.newestMs), allocator);
+    answer.AddMember("database_bytes", static_cast<std::int64_t>(status.figures.databaseBytes), allocator);
     answer.AddMember("queue_bytes", static_cast<std::uint64_t>(core.Queue().Bytes()), allocator);
     answer.AddMember("queue_high_water_bytes", static_cast<std::uint64_t>(core.Queue().HighWaterBytes()), allocator);
     // The shared counters, and this process's drops not yet written to them.
@@ -135,7 +135,7 @@ char const* HandleGetStoreStatus(LocalCore& core, Message const&)
         all[name] += value;
     JsonNode counters(QdxLocalCoreJson::kObjectType);
     for (auto const& [name, value] : all)
-        counters.AddMember(Text(name, answer), value, allocator);
+        counters.AddMember(Text(name, answer), JsonNode(static_cast<std::int64_t>(value)), allocator);
     answer.AddMember("counters", counters, allocator);
     answer.AddMember("last_error", Text(status.lastError, answer), allocator);
     answer.AddMember("consent", Text(core.Settings().Get(Setting::kConsent, "unknown"), answer), allocator);

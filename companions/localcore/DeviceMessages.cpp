@@ -9,7 +9,7 @@
 
 #include <openssl/evp.h>
 
-#include <climits>
+#include <cstdint>
 
 namespace Norvane {
 namespace LocalCore {
@@ -104,7 +104,7 @@ char const* HandleGetVersion(LocalCore&, Message const& message)
     long long const version =
         part == 0 ? static_cast<long long>(packed) : static_cast<long long>((packed >> (16 * (4 - part))) & 0xFFFF);
     JsonDocument answer(QdxLocalCoreJson::kObjectType);
-    answer.AddMember("version", version, answer.GetAllocator());
+    answer.AddMember("version", static_cast<std::int64_t>(version), answer.GetAllocator());
     return ObjectAnswer(CoreCode_Success, answer);
 }
 

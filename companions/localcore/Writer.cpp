@@ -135,7 +135,7 @@ void Writer::Run()
         if (stopping && m_queue.Bytes() == 0)
             break;
         if (!stopping) {
-            if (m_store == nullptr)
+            if (m_store == nullptr || m_reopen)
                 OpenStore();
             ReloadSettingsIfChanged();
             if (m_housekeeping)
@@ -151,13 +151,19 @@ void Writer::Run()
 void Writer::OpenStore()
 {
     OpenReport report;
-    m_store = Store::Open(m_options.folder, report, OpenMode::ReadWrite);
+    if (m_reopen) {
+        m_store = Store::Reopen(std::move(m_store), report);
+        m_reopen = false;
+    } else {
+        OpenOptions options;
+        options.interrupt = [this] { return Stopping(); };
+        m_store = Store::Open(m_options.folder, report, options);
+    }
     if (m_store != nullptr && !report.ready)
         m_store.reset();
     if (!report.movedAsideTo.empty())
         CoreLog("the database was corrupt: kept as %s, a fresh one made", report.movedAsideTo.c_str());
     if (m_store != nullptr) {
-        m_store->SetInterruptCheck([this] { return Stopping(); });
         m_settings.Replace(m_store->Settings());
         m_dataVersion = m_store->DataVersion();
         std::vector<WorkItem> spilled;
@@ -209,8 +215,8 @@ bool Writer::WriteGroup(std::vector<WorkItem>& items)
         CoreLog("a group of %zu items was not written: %s", items.size(), error.c_str());
         std::lock_guard<std::mutex> const lock(m_statusMutex);
         m_status.lastError = error;
-        if (m_store->Corrupt())
-            m_store.reset();  // reopened, and so moved aside, before the next attempt
+        if (m_store->NeedsReopen())
+            m_reopen = true;  // the corrupt file is moved aside before the next attempt
         return false;
     }
     m_failedAttempts = 0;

@@ -110,6 +110,7 @@ private:
     long long m_dataVersion = -1;    // the writer thread's alone
     int m_failedAttempts = 0;        // the writer thread's alone
     bool m_figuresWanted = false;    // the writer thread's alone
+    bool m_reopen = false;           // the writer thread's alone: the database must be opened anew
     std::vector<std::string> m_spillFiles;  // the writer thread's alone: imported, not yet committed
 
     std::atomic<bool> m_stopDeadlinePassed{false};  // the busy handler gives up

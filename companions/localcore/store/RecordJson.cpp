@@ -19,7 +19,7 @@ std::string Rfc3339Utc(long long timeMs)
     time_t const whole = static_cast<time_t>(seconds);
     tm utc{};
     gmtime_r(&whole, &utc);
-    char text[40];
+    char text[64];
     std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d.%03lldZ", utc.tm_year + 1900, utc.tm_mon + 1,
                   utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec, timeMs - seconds * 1000);
     return text;
