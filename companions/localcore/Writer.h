@@ -86,7 +86,8 @@ public:
 private:
     void Run();
     void OpenStore();
-    bool WriteGroup(std::vector<WorkItem>& items);
+    enum class GroupOutcome { Written, Busy, Failed };
+    GroupOutcome WriteGroup(std::vector<WorkItem>& items);
     bool Apply(WorkItem const& item);
     void AfterCommit();
     void ReloadSettingsIfChanged();
@@ -110,6 +111,7 @@ private:
     long long m_dataVersion = -1;    // the writer thread's alone
     int m_failedAttempts = 0;        // the writer thread's alone
     bool m_figuresWanted = false;    // the writer thread's alone
+    std::chrono::steady_clock::time_point m_nextOpenAttempt;  // the writer thread's alone
     bool m_reopen = false;           // the writer thread's alone: the database must be opened anew
     std::vector<std::string> m_spillFiles;  // the writer thread's alone: imported, not yet committed
 
