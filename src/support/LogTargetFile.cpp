@@ -9,10 +9,7 @@
 namespace Norvane {
 namespace QDXDesktopSDK {
 
-bool Logger_GetAddPID(bool requested)
-{
-    return requested || Path::GetTempPath().Append("qdxpid").Exists();
-}
+bool Logger_GetAddPID(bool requested) { return requested || Path::GetTempPath().Append("qdxpid").Exists(); }
 
 // Registers only once fully built (not through the base constructor), so
 // that a line logged meanwhile by another thread never reaches a half-built
@@ -45,10 +42,7 @@ void LogTargetFile::Log(char const* line)
         std::fflush(static_cast<std::FILE*>(m_handle));
 }
 
-void LogTargetFile::Reset()
-{
-    Close(false);
-}
+void LogTargetFile::Reset() { Close(false); }
 
 void LogTargetFile::SetLogFile(char const* path, bool addProcessId)
 {
@@ -68,13 +62,15 @@ void LogTargetFile::OpenLogFile(char const* path)
                                  std::to_string(StdProcessUtil::GetPid()) + file.GetExtension();
         file = file.Parent().Append(name);
     }
-    if (m_handle != nullptr && m_path.GetString() != file.GetString())
+    // Compared as paths, not as text: reopening would truncate the file, and
+    // another spelling of the open one (relative, other case) must not.
+    if (m_handle != nullptr && m_path != file)
         Close(true);
 
     std::string targetName;
     {
         StdAutoMutexLock const lock(m_mutex, -1);
-        if (m_handle != nullptr && m_path.GetString() == file.GetString())
+        if (m_handle != nullptr && m_path == file)
             return;
         m_path = file;
         Logger* const logger = Logger::Instance(Singleton::GetExisting);

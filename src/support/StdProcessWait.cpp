@@ -21,12 +21,14 @@ bool WaitForCondition(WaitCondition const& condition, void* argument, long long 
         interval = (timeout < 60000) ? std::max(timeout / 10, 1LL) : 1000;
     }
     CountTimer timer(timeout, false, false);
+    // The time-out is checked before the condition, so that a wait with a
+    // time-out of 0 is one test and one interval, whatever changed during it.
     for (;;) {
         Sleep(interval);
-        if (condition(argument))
-            return true;
         if (timer.UpdateTimeDuration(false))
             return false;
+        if (condition(argument))
+            return true;
     }
 }
 

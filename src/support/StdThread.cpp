@@ -13,13 +13,16 @@
 namespace Norvane {
 namespace QDXDesktopSDK {
 
-// Lives as long as its thread, not as long as the object: the owner link is
-// how the thread learns, at its last hand-over, whether anyone still wants
-// its result, and the object may be gone by then.
+// Lives as long as its thread, and as long as an object that let go of the
+// thread still waits for it: the owner link is how the thread learns, at its
+// last hand-over, whether anyone still wants its result (the object may be
+// gone by then), and the finished mark how such an object learns that the
+// thread has ended.
 struct StdThread::ThreadData {
     ThreadFunction function;  // taken over by the thread when it starts
     void* argument = nullptr;
     StdThread* owner = nullptr;  // guarded by the thread lock; null once the owner let go
+    bool finished = false;       // guarded by the thread lock
 };
 
 StdThread::StdThread(ThreadFunction function, void* argument)
@@ -28,18 +31,15 @@ StdThread::StdThread(ThreadFunction function, void* argument)
         Run(std::move(function), argument);
 }
 
-StdThread::~StdThread()
-{
-    StdThread::Close();
-}
+StdThread::~StdThread() { StdThread::Close(); }
 
 void StdThread::Close()
 {
+    // The record stays: a thread let go of still runs, and Wait must see
+    // when it ends before another may start on this object.
     StdAutoThreadLock lock;
-    if (m_threadData != nullptr) {
+    if (m_threadData != nullptr)
         m_threadData->owner = nullptr;
-        m_threadData = nullptr;
-    }
 }
 
 long long StdThread::Run(ThreadFunction function, void* argument)
@@ -50,7 +50,10 @@ long long StdThread::Run(ThreadFunction function, void* argument)
             return m_threadId;
     }
     Close();
-    auto* record = new ThreadData{std::move(function), argument, this};
+    auto record = std::make_shared<ThreadData>();
+    record->function = std::move(function);
+    record->argument = argument;
+    record->owner = this;
     {
         StdAutoThreadLock lock;
         m_exitCode = -2;
@@ -62,7 +65,9 @@ long long StdThread::Run(ThreadFunction function, void* argument)
     pthread_attr_init(&attributes);
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
     pthread_t handle;
-    int const created = pthread_create(&handle, &attributes, &StdThread::ThreadProcedure, record);
+    // The thread's own share of the record, which it frees.
+    auto* threadShare = new std::shared_ptr<ThreadData>(std::move(record));
+    int const created = pthread_create(&handle, &attributes, &StdThread::ThreadProcedure, threadShare);
     pthread_attr_destroy(&attributes);
     if (created != 0) {
         // The callers build on their thread existing (the timer manager's
@@ -74,23 +79,21 @@ long long StdThread::Run(ThreadFunction function, void* argument)
     return GetThreadId();
 }
 
-bool StdThread::IsRunning(bool) const
-{
-    return GetThreadId() > 0;
-}
+bool StdThread::IsRunning(bool) const { return GetThreadId() > 0; }
 
 bool StdThread::Wait(long long milliseconds)
 {
-    // The record is gone once the thread has handed its result back, or once
-    // Close let go of it; either way there is nothing left to wait for.
+    // The record is gone once the thread has handed its result back; a thread
+    // that Close let go of only marks it finished.
     bool const finished = StdProcessUtil::WaitForCondition(
         [this](void*) {
             StdAutoThreadLock lock;
-            return m_threadData == nullptr;
+            return m_threadData == nullptr || m_threadData->finished;
         },
         nullptr, milliseconds, 50);
     if (finished) {
         StdAutoThreadLock lock;
+        m_threadData = nullptr;
         m_threadId = 0;
     }
     return finished;
@@ -108,10 +111,7 @@ int StdThread::GetExitCode() const
     return m_exitCode;
 }
 
-bool StdThread::IsCurrentThreadIsMainThread()
-{
-    return StdProcessUtil::GetThreadId() == StdProcessUtil::GetPid();
-}
+bool StdThread::IsCurrentThreadIsMainThread() { return StdProcessUtil::GetThreadId() == StdProcessUtil::GetPid(); }
 
 int StdThread::RunFunctionOnMainThread(ThreadFunction const& function, void* argument)
 {
@@ -120,7 +120,9 @@ int StdThread::RunFunctionOnMainThread(ThreadFunction const& function, void* arg
 
 void* StdThread::ThreadProcedure(void* opaque)
 {
-    auto* record = static_cast<ThreadData*>(opaque);
+    auto* threadShare = static_cast<std::shared_ptr<ThreadData>*>(opaque);
+    std::shared_ptr<ThreadData> const record = std::move(*threadShare);
+    delete threadShare;
     ThreadFunction function;
     void* argument = nullptr;
     {
@@ -140,13 +142,13 @@ void* StdThread::ThreadProcedure(void* opaque)
 
     {
         StdAutoThreadLock lock;
+        record->finished = true;
         if (StdThread* owner = record->owner) {
             owner->m_threadId = 0;
             owner->m_threadData = nullptr;
             owner->m_exitCode = result;
         }
     }
-    delete record;
     return reinterpret_cast<void*>(static_cast<std::intptr_t>(result));
 }
 

@@ -2,6 +2,7 @@
 #define QDX_STD_THREAD_H
 
 #include <functional>
+#include <memory>
 
 namespace Norvane {
 namespace QDXDesktopSDK {
@@ -10,11 +11,12 @@ namespace QDXDesktopSDK {
 /// object, whether it still runs and what it returned.
 ///
 /// The object and its thread share a record (ThreadData) and hand state to
-/// each other only under the thread lock (StdAutoThreadLock). The record
-/// belongs to the thread; the object may let go of it at any time (Close, or
-/// destruction), after which the thread runs on and never touches the object
-/// again. One thread at a time controls an object (Run, Wait, Close, delete);
-/// the queries may come from any thread.
+/// each other only under the thread lock (StdAutoThreadLock); whichever of
+/// the two lets go of the record last frees it. The object may let go of its
+/// thread at any time (Close, or destruction), after which the thread runs on
+/// and never touches the object again, while the record still tells Wait when
+/// the thread has ended. One thread at a time controls an object (Run, Wait,
+/// Close, delete); the queries may come from any thread.
 class StdThread {
 public:
     /// The function a thread runs: it receives the argument given to Run and
@@ -46,9 +48,9 @@ public:
     bool IsRunning(bool unused = false) const;
 
     /// Waits up to `milliseconds` (negative: without limit), testing every 50
-    /// milliseconds, for the thread to finish and hand its result back, or
-    /// for the object to let go of it (Close). Then the thread id becomes 0
-    /// and the result is true; false when the time ran out.
+    /// milliseconds, for the thread to finish, one let go of by Close
+    /// included. Then the thread id becomes 0 and the result is true; false
+    /// when the time ran out.
     bool Wait(long long milliseconds);
 
     /// 0 without a thread, -1 while one is being started, else its kernel id.
@@ -71,7 +73,7 @@ private:
 
     // All three are guarded by the thread lock.
     long long m_threadId = 0;
-    ThreadData* m_threadData = nullptr;  // owned by the thread, not by this object
+    std::shared_ptr<ThreadData> m_threadData;  // kept after Close until Wait sees the thread ended
     int m_exitCode = -2;
 };
 

@@ -67,14 +67,9 @@ Singleton* TimerManager::InstanceFunctionImpl(Singleton*& slot, SingletonFlag fl
     return slot;
 }
 
-TimerManager* TimerManager::Instance(SingletonFlag flag)
-{
-    return InstanceOf<TimerManager>(flag);
-}
+TimerManager* TimerManager::Instance(SingletonFlag flag) { return InstanceOf<TimerManager>(flag); }
 
-TimerManager::TimerManager() : m_state(std::make_shared<LoopState>())
-{
-}
+TimerManager::TimerManager() : m_state(std::make_shared<LoopState>()) {}
 
 bool TimerManager::Schedule(std::string const& name, long long periodSeconds, TimerCallback callback)
 {
@@ -179,23 +174,31 @@ bool TimerManager::Add(std::string const& name, long long periodSeconds, TimerCa
     return true;
 }
 
-bool TimerManager::OnTimerThread() const
-{
-    return t_loopState == m_state.get();
-}
+bool TimerManager::OnTimerThread() const { return t_loopState == m_state.get(); }
 
 int TimerManager::TimerLoop(std::shared_ptr<LoopState> const& state)
 {
     pthread_setname_np(pthread_self(), "QDXTimer");
     t_loopState = state.get();
     while (state->keepRunning) {
-        state->wake.WaitForSignal(kLoopSleepMilliseconds);
+        SleepBeforePass(*state);
         if (!state->keepRunning)
             break;
         RunPass(*state, true);
     }
     t_loopState = nullptr;
     return 0;
+}
+
+void TimerManager::SleepBeforePass(LoopState& state)
+{
+    // Only a stop cuts the sleep short. The wake-up may be older than this
+    // loop: one sent while no loop waited (a stop asked for during a pass) is
+    // kept for the next wait, which may be the first of the next thread.
+    long long const start = StdProcessUtil::GetTickCount();
+    for (long long left = kLoopSleepMilliseconds; left > 0 && state.keepRunning;
+         left = start + kLoopSleepMilliseconds - StdProcessUtil::GetTickCount())
+        state.wake.WaitForSignal(left);
 }
 
 bool TimerManager::RunPass(LoopState& state, bool threadRuns)

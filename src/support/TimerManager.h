@@ -80,6 +80,9 @@ private:
     bool OnTimerThread() const;
 
     static int TimerLoop(std::shared_ptr<LoopState> const& state);
+    /// The loop's second of sleep before each pass, its first included; ends
+    /// early only when the loop is to stop.
+    static void SleepBeforePass(LoopState& state);
     /// One pass unless the last lies less than 991 ms back; whether it ran.
     static bool RunPass(LoopState& state, bool threadRuns);
 

@@ -170,6 +170,23 @@ TEST_F(LogTargetFileTest, OpensOnTheFirstLineResetsAndEndsWithTheSummary)
     EXPECT_EQ(std::string::npos, file.ReadFileAsString(-1).find("after"));
 }
 
+TEST_F(LogTargetFileTest, AnotherSpellingOfTheOpenFileKeepsItOpen)
+{
+    Path const file = m_folder.Append("app.log");
+    LogTargetFile target(file.c_str(), false, "file");
+    m_logger->Log("before", Logger::LogLevel_Info);
+    Path const startFolder = Path::CurrentDir();
+    ASSERT_TRUE(Path::SetCurrentDir(Path::GetTempPath()));
+    for (char const* spelling : {"logs/app.log", "/tmp/LOGS/App.log", "/tmp/./logs//app.log"}) {
+        target.SetLogFile(spelling, false);
+        m_logger->Log(spelling, Logger::LogLevel_Info);
+    }
+    Path::SetCurrentDir(startFolder);
+    std::string const text = file.ReadFileAsString(-1);
+    for (char const* line : {"before", "logs/app.log", "/tmp/LOGS/App.log", "/tmp/./logs//app.log"})
+        EXPECT_NE(std::string::npos, text.find(std::string(" | ") + line + "\r\n")) << line;
+}
+
 TEST_F(LogTargetFileTest, OpeningRegistersUnderTheStemAndTheMarkerAddsTheProcessId)
 {
     LogTargetFile unnamed(m_folder.Append("stem.log").c_str(), false, nullptr);

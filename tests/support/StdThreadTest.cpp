@@ -1,3 +1,4 @@
+#include "ThreadWaits.h"
 #include "support/CountTimer.h"
 #include "support/SingletonManager.h"
 #include "support/StdConditionVariable.h"
@@ -7,18 +8,14 @@
 #include "support/StdReadWriteLock.h"
 #include "support/StdSemaphore.h"
 #include "support/StdThread.h"
-#include "support/TimerManager.h"
 #include <gtest/gtest.h>
 #include <atomic>
-#include <chrono>
 #include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
-#include <dirent.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -26,15 +23,6 @@ using namespace Norvane::QDXDesktopSDK;
 using namespace Norvane::QDXDesktopSDK::StdProcessUtil;
 
 namespace {
-// Polls `condition` until it holds or a generous limit (10 seconds) passes.
-template <typename Condition> bool WaitUntil(Condition condition)
-{
-    auto const limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    for (; !condition(); std::this_thread::sleep_for(std::chrono::milliseconds(1)))
-        if (std::chrono::steady_clock::now() > limit)
-            return false;
-    return true;
-}
 // Shared with the thread functions, whose threads may outlive the objects that started them.
 struct Gate {
     std::atomic<bool> open{false};
@@ -49,36 +37,6 @@ StdThread::ThreadFunction Blocked(std::shared_ptr<Gate> const& gate, int result)
         return result;
     };
 }
-std::string ThreadName(std::string const& threadId)  // empty once the thread is gone
-{
-    std::string name;
-    std::getline(std::ifstream("/proc/self/task/" + threadId + "/comm"), name);
-    return name;
-}
-int TimerThreads()
-{
-    int count = 0;
-    if (DIR* tasks = opendir("/proc/self/task")) {
-        while (dirent const* entry = readdir(tasks))
-            count += entry->d_name[0] != '.' && ThreadName(entry->d_name) == "QDXTimer";
-        closedir(tasks);
-    }
-    return count;
-}
-// Shared with the callback, which may outlive the test's locals.
-struct Calls {
-    std::atomic<int> count{0};
-    std::atomic<long long> lastTick{0};
-    std::atomic<long long> lastThread{0};
-};
-TimerManager::TimerCallback Counting(std::shared_ptr<Calls> const& calls)
-{
-    return [calls](std::string const&) {
-        calls->lastTick = GetTickCount();
-        calls->lastThread = GetThreadId();
-        ++calls->count;
-    };
-}
 // Never destroyed: the singleton registry outlives this file's statics and
 // destroys the probes still registered when the process exits.
 std::mutex& s_journalMutex = *new std::mutex;
@@ -86,7 +44,11 @@ std::vector<std::string>& s_destroyed = *new std::vector<std::string>;  // guard
 struct Probe : Singleton {
     static inline std::atomic<int> s_created{0};
     Probe() { ++s_created; }
-    ~Probe() override { std::lock_guard<std::mutex> lock(s_journalMutex); s_destroyed.push_back(GetSingletonName()); }
+    ~Probe() override
+    {
+        std::lock_guard<std::mutex> lock(s_journalMutex);
+        s_destroyed.push_back(GetSingletonName());
+    }
     static Singleton* Create(Singleton*& slot, SingletonFlag flag)
     {
         return flag == GetOrCreate && slot == nullptr ? slot = new Probe() : slot;
@@ -127,21 +89,34 @@ TEST(StdThreadTest, ClosedAndDeletedObjectsLeaveTheirThreadsToFinishAlone)
     long long const deletedId = deleted->GetThreadId();
     closed.Close();
     delete deleted;  // the sanitizer builds watch the last hand-over
+    // Closed, the object still counts its thread as running: no wait ends early, no second thread starts.
+    EXPECT_FALSE(closed.Wait(0));
+    EXPECT_EQ(closedId, closed.Run(Blocked(gate, 8), nullptr));
     gate->open = true;
     auto const gone = [](long long id) { return ThreadName(std::to_string(id)).empty(); };
     ASSERT_TRUE(WaitUntil([&] { return gone(closedId) && gone(deletedId); }));
     EXPECT_EQ(closedId, closed.GetThreadId());
     EXPECT_EQ(-1, closed.GetExitCode());
+    ASSERT_TRUE(closed.Wait(10000));
+    EXPECT_EQ(0, closed.GetThreadId());
+    EXPECT_EQ(-1, closed.GetExitCode());  // the result of a thread let go of is discarded
+    EXPECT_EQ(2, gate->runs);
 }
 
 TEST(StdThreadTest, WorkerThreadsRunMainThreadFunctionsThemselves)
 {
-    StdThread worker([](void*) {
-        long long self = GetThreadId();
-        return StdThread::RunFunctionOnMainThread([](void* id) {
-            return GetThreadId() == *static_cast<long long*>(id) && !StdThread::IsCurrentThreadIsMainThread() ? 42 : 1;
-        }, &self);
-    }, nullptr);
+    StdThread worker(
+        [](void*) {
+            long long self = GetThreadId();
+            return StdThread::RunFunctionOnMainThread(
+                [](void* id) {
+                    return GetThreadId() == *static_cast<long long*>(id) && !StdThread::IsCurrentThreadIsMainThread()
+                               ? 42
+                               : 1;
+                },
+                &self);
+        },
+        nullptr);
     ASSERT_TRUE(worker.Wait(10000));
     EXPECT_EQ(42, worker.GetExitCode());
 }
@@ -246,88 +221,9 @@ TEST(StdProcessTimeTest, LocalTimeStringIdsFreshInAForkChildAndWaitForCondition)
     auto const holdsFrom3 = [](void* count) { return ++*static_cast<int*>(count) >= 3; };
     EXPECT_TRUE(WaitForCondition(holdsFrom3, &tests, -1, 0));
     EXPECT_EQ(3, tests);
-    tests = -100;
-    EXPECT_FALSE(WaitForCondition(holdsFrom3, &tests, 0, 5));  // tests, sleeps once, tests again
-    EXPECT_EQ(-98, tests);
-}
-
-TEST(TimerManagerTest, OneShotReschedulingIdleThreadEndAndCallbacksChangingTimers)
-{
-    auto once = std::make_shared<Calls>();
-    auto hourly = std::make_shared<Calls>();
-    auto replacement = std::make_shared<Calls>();
-    ASSERT_TRUE(ScheduleTimer("once", -1, Counting(once)));
-    ASSERT_TRUE(ScheduleTimer("job", 3600, Counting(hourly)));
-    EXPECT_TRUE(IsTimerScheduled("once"));
-    ASSERT_TRUE(WaitUntil([&] { return once->count == 1; }));
-    EXPECT_EQ("QDXTimer", ThreadName(std::to_string(once->lastThread)));
-    EXPECT_FALSE(IsTimerScheduled("once"));
-    long long const rescheduled = GetTickCount();
-    ASSERT_TRUE(ScheduleTimer("job", -2, Counting(replacement)));
-    ASSERT_TRUE(WaitUntil([&] { return replacement->count == 1; }));
-    EXPECT_GE(replacement->lastTick - rescheduled, 1991);
-    EXPECT_EQ(0, hourly->count);
-    EXPECT_EQ(1, once->count);
-    EXPECT_FALSE(ScheduleTimer("job", 1, nullptr));
-    // The idle thread ends by itself (about three seconds); the next timer starts another.
-    EXPECT_TRUE(WaitForCondition([](void*) { return TimerThreads() == 0; }, nullptr, 30000, 10));
-    // A callback may remove its own timer and schedule another.
-    auto self = std::make_shared<Calls>();
-    auto spawned = std::make_shared<Calls>();
-    ASSERT_TRUE(ScheduleTimer("self", 0, [self, spawned](std::string const& name) {
-        ++self->count;
-        EXPECT_TRUE(ScheduleTimer(name, 0, nullptr));
-        EXPECT_TRUE(ScheduleTimer("spawned", -1, Counting(spawned)));
-    }));
-    EXPECT_TRUE(WaitUntil([] { return TimerThreads() == 1; }));
-    ASSERT_TRUE(WaitUntil([&] { return spawned->count == 1; }));
-    EXPECT_EQ(1, self->count);
-    EXPECT_FALSE(IsTimerScheduled("self"));
-}
-
-TEST(TimerManagerTest, ManualPassesRunAtMostOncePerSecond)
-{
-    auto passes = std::make_shared<Calls>();
-    ASSERT_TRUE(ScheduleTimer("passes", 0, Counting(passes)));  // due at every pass
-    ASSERT_TRUE(WaitUntil([] { return TimerThreads() == 1; }));
-    EXPECT_TRUE(ScheduleTimer("_ManualTrigger", 0, nullptr));  // stops the thread
-    ASSERT_TRUE(WaitUntil([] { return TimerThreads() == 0; }));
-    // Only a second call within 991 ms of the first proves anything; a stalled machine tries again.
-    bool checked = false;
-    for (int attempt = 0; attempt < 5 && !checked; ++attempt) {
-        int const before = passes->count;
-        long long firstCall = 0;
-        ASSERT_TRUE(WaitUntil([&] {
-            firstCall = GetTickCount();
-            return ScheduleTimer("", 0, nullptr) && passes->count > before;
-        }));
-        EXPECT_EQ(GetThreadId(), passes->lastThread);
-        ScheduleTimer("", 0, nullptr);
-        if (GetTickCount() - firstCall < 991) {
-            EXPECT_EQ(before + 1, passes->count);
-            checked = true;
-        }
-    }
-    EXPECT_TRUE(checked);
-}
-
-TEST(TimerManagerTest, RegistryDestructionDuringACallbackStopsTheThread)
-{
-    auto entered = std::make_shared<std::atomic<bool>>(false);
-    auto destroying = std::make_shared<std::atomic<bool>>(false);
-    ASSERT_TRUE(ScheduleTimer("slow", 0, [entered, destroying](std::string const&) {
-        *entered = true;
-        WaitUntil([&] { return destroying->load(); });
-        Sleep(50);  // still busy while the destruction begins; then it asks for more
-        ScheduleTimer("late", 1, [](std::string const&) {});
-    }));
-    ASSERT_TRUE(WaitUntil([&] { return entered->load(); }));
-    *destroying = true;
-    EXPECT_EQ(nullptr, SingletonManager::Instance(Singleton::Destroy));
-    EXPECT_TRUE(WaitUntil([] { return TimerThreads() == 0; }));
-    auto after = std::make_shared<Calls>();
-    ASSERT_TRUE(ScheduleTimer("after", -1, Counting(after)));
-    EXPECT_TRUE(WaitUntil([&] { return after->count == 1; }));
+    tests = 1;  // holds from the next test on, as if a thread ended during the interval
+    EXPECT_FALSE(WaitForCondition(holdsFrom3, &tests, 0, 5));  // tests, sleeps once, then the time is up
+    EXPECT_EQ(2, tests);
 }
 
 TEST(SingletonManagerTest, RacingRequestsGetOneInstanceDestroyedByDescendingOrderThenNameAndCreatedAgain)

@@ -135,9 +135,9 @@ bool Store::CloseSession(std::string const& id, long long endedMs)
     return Guarded(*m_impl, false, [&] { return m_impl->CloseSession(id, endedMs); });
 }
 
-bool Store::AddRecord(RecordToStore const& record)
+bool Store::AddRecord(RecordToStore const& record, long long* seq)
 {
-    return Guarded(*m_impl, false, [&] { return m_impl->AddRecord(record); });
+    return Guarded(*m_impl, false, [&] { return m_impl->AddRecord(record, seq); });
 }
 
 long long Store::DeleteAllRecords()

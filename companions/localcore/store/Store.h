@@ -137,7 +137,8 @@ public:
 
     /// Adds one record. args must be JSON object text as a JSON writer gives
     /// it (only its braces are checked); it reads back byte for byte.
-    bool AddRecord(RecordToStore const& record);
+    /// seq, when given, receives the record's sequence number.
+    bool AddRecord(RecordToStore const& record, long long* seq = nullptr);
     /// Deletes every record; returns how many, or -1 on failure.
     long long DeleteAllRecords();
 

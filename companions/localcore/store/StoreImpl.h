@@ -32,7 +32,7 @@ public:
 
     bool OpenSession(std::string const& id, std::string const& productJson, long long startedMs, long long pid);
     bool CloseSession(std::string const& id, long long endedMs);
-    bool AddRecord(RecordToStore const& record);
+    bool AddRecord(RecordToStore const& record, long long* seq);
     long long DeleteAllRecords();
     TrimResult Trim(StoreLimits const& limits, long long nowMs);
     std::vector<StoredRecord> Records(RecordFilter const& filter);

@@ -106,7 +106,7 @@ long long Store::Impl::SessionKey(std::string const& id)
     return key;
 }
 
-bool Store::Impl::AddRecord(RecordToStore const& record)
+bool Store::Impl::AddRecord(RecordToStore const& record, long long* seq)
 {
     if (record.args.size() > RecordCodec::kMaxTextBytes)
         return Fail("the argument text is longer than " + std::to_string(RecordCodec::kMaxTextBytes) + " bytes");
@@ -138,6 +138,8 @@ bool Store::Impl::AddRecord(RecordToStore const& record)
     dictionary != 0 ? insert.Bind(dictionary) : insert.BindNull();
     if (!insert.BindBlob(body.data(), body.size()).Run())
         return false;
+    if (seq != nullptr)
+        *seq = sqlite3_last_insert_rowid(m_connection->Handle());
     if (dictionary == 0) {
         BuildDictionaryWhenReady(record.timeMs);
         // The record stands without a dictionary: a failure here only delays it.

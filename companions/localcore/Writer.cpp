@@ -1,0 +1,327 @@
+#include "Writer.h"
+
+#include "CoreJson.h"
+#include "CoreLog.h"
+#include "CoreSettings.h"
+#include "DropCounters.h"
+#include "SpillFile.h"
+
+#include <chrono>
+#include <cstdlib>
+
+namespace Norvane {
+namespace LocalCore {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr auto kIdleTick = std::chrono::seconds(1);  // housekeeping runs at least this often
+constexpr int kAttemptsPerGroup = 3;                  // then a group that cannot be written is dropped
+constexpr auto kRetryPause = std::chrono::milliseconds(200);
+constexpr auto kOpenRetryPause = std::chrono::seconds(30);  // a folder that was unusable may become usable
+
+long long NowMs()
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
+
+bool IsRecord(WorkItem const& item) { return item.kind == WorkItem::Kind::Record; }
+
+}  // namespace
+
+Writer::Writer(Options options, WorkQueue& queue, CoreSettings& settings, DropCounters& drops)
+    : m_options(std::move(options)), m_queue(queue), m_settings(settings), m_drops(drops)
+{
+    m_status.database = m_options.folder + "/usage.db";
+}
+
+Writer::~Writer() { Stop(0); }
+
+void Writer::SetRecordObserver(RecordObserver observer) { m_observer = std::move(observer); }
+
+void Writer::SetHousekeeping(Housekeeping housekeeping) { m_housekeeping = std::move(housekeeping); }
+
+void Writer::SetLimits(StoreLimits limits, long long durabilityMs)
+{
+    std::lock_guard<std::mutex> const lock(m_statusMutex);
+    m_options.limits = limits;
+    m_options.durabilityMs = durabilityMs;
+}
+
+void Writer::Start()
+{
+    std::lock_guard<std::mutex> const lock(m_statusMutex);
+    if (m_status.started)
+        return;
+    m_status.started = true;
+    m_thread = std::thread(&Writer::Run, this);
+}
+
+bool Writer::WaitUntilOpened(long long timeoutMs)
+{
+    std::unique_lock<std::mutex> lock(m_statusMutex);
+    return m_statusChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] { return m_opened; });
+}
+
+bool Writer::Flush(long long timeoutMs)
+{
+    unsigned long long const ticket = m_queue.LastTicket();
+    m_queue.RequestFlush();
+    return m_queue.WaitDone(ticket, Clock::now() + std::chrono::milliseconds(timeoutMs));
+}
+
+bool Writer::Stop(long long timeoutMs)
+{
+    {
+        std::lock_guard<std::mutex> const lock(m_statusMutex);
+        if (!m_status.started || !m_thread.joinable())
+            return true;
+    }
+    m_queue.RequestStop();
+    std::unique_lock<std::mutex> lock(m_statusMutex);
+    if (!m_statusChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] { return m_finished; })) {
+        // Out of time: whatever waits for the database gives up and spills.
+        m_stopDeadlinePassed = true;
+        if (!m_statusChanged.wait_for(lock, std::chrono::milliseconds(200), [&] { return m_finished; })) {
+            CoreLog("writer did not stop in time; left running");
+            m_thread.detach();
+            return false;
+        }
+    }
+    lock.unlock();
+    m_thread.join();
+    return true;
+}
+
+WriterStatus Writer::Status() const
+{
+    std::lock_guard<std::mutex> const lock(m_statusMutex);
+    return m_status;
+}
+
+void Writer::Run()
+{
+    OpenStore();
+    std::vector<WorkItem> items;
+    for (;;) {
+        long long durabilityMs;
+        {
+            std::lock_guard<std::mutex> const lock(m_statusMutex);
+            durabilityMs = m_options.durabilityMs;
+        }
+        // Half the window for grouping leaves the other half for the commit.
+        unsigned long long const ticket = m_queue.Take(items, Clock::now() + kIdleTick,
+                                                       std::chrono::milliseconds(durabilityMs / 2),
+                                                       m_options.groupBytes);
+        bool const stopping = m_queue.StopRequested();
+        if (!items.empty()) {
+            GroupOutcome const outcome = WriteGroup(items);
+            if (outcome == GroupOutcome::Written) {
+                m_queue.MarkDone(ticket);
+            } else if (stopping || Stopping()) {
+                if (SpillFile::Write(m_options.folder, items))
+                    CoreLog("kept %zu unwritten items in a spill file", items.size());
+                else
+                    DropAll(items, m_store == nullptr);
+                m_queue.MarkDone(ticket);
+            } else if (outcome == GroupOutcome::Failed && ++m_failedAttempts >= kAttemptsPerGroup) {
+                DropAll(items, m_store == nullptr);
+                m_failedAttempts = 0;
+                m_queue.MarkDone(ticket);
+            } else {
+                // Another process holds the database, or a write failed for a
+                // while: the items wait at the queue's front, bounded by it.
+                m_queue.PutBack(std::move(items));
+                std::this_thread::sleep_for(kRetryPause);
+                if (m_reopen)
+                    OpenStore();
+                continue;
+            }
+        }
+        if (stopping && m_queue.Bytes() == 0)
+            break;
+        if (!stopping) {
+            if ((m_store == nullptr && Clock::now() >= m_nextOpenAttempt) || m_reopen)
+                OpenStore();
+            ReloadSettingsIfChanged();
+            if (m_housekeeping)
+                m_housekeeping();
+        }
+    }
+    m_store.reset();
+    std::lock_guard<std::mutex> const lock(m_statusMutex);
+    m_finished = true;
+    m_statusChanged.notify_all();
+}
+
+void Writer::OpenStore()
+{
+    OpenReport report;
+    if (m_reopen) {
+        m_store = Store::Reopen(std::move(m_store), report);
+        m_reopen = false;
+    } else {
+        OpenOptions options;
+        options.interrupt = [this] { return Stopping(); };
+        m_store = Store::Open(m_options.folder, report, options);
+    }
+    if (m_store != nullptr && !report.ready)
+        m_store.reset();
+    if (m_store == nullptr)
+        m_nextOpenAttempt = Clock::now() + kOpenRetryPause;
+    if (!report.movedAsideTo.empty())
+        CoreLog("the database was corrupt: kept as %s, a fresh one made", report.movedAsideTo.c_str());
+    if (m_store != nullptr) {
+        m_settings.Replace(m_store->Settings());
+        m_dataVersion = m_store->DataVersion();
+        std::vector<WorkItem> spilled;
+        SpillFile::ReadAll(m_options.folder, spilled, m_spillFiles);
+        if (!spilled.empty()) {
+            CoreLog("importing %zu items from spill files", spilled.size());
+            m_queue.PutBack(std::move(spilled));
+        }
+    } else if (report.newerSchema) {
+        CoreLog("the database %s has a newer schema: running without storage", m_status.database.c_str());
+    } else {
+        CoreLog("no storage: %s", report.error.c_str());
+    }
+    m_noStorage = m_store == nullptr;
+    std::lock_guard<std::mutex> const lock(m_statusMutex);
+    m_opened = true;
+    m_status.storageReady = m_store != nullptr;
+    m_status.lastError = m_store != nullptr ? std::string()
+                         : report.newerSchema ? "the database has a newer schema; left untouched"
+                                              : report.error;
+    m_statusChanged.notify_all();
+}
+
+Writer::GroupOutcome Writer::WriteGroup(std::vector<WorkItem>& items)
+{
+    if (m_store == nullptr) {
+        DropAll(items, true);
+        items.clear();
+        return GroupOutcome::Written;
+    }
+    if (!m_store->Begin()) {
+        m_reopen = m_store->NeedsReopen();
+        return GroupOutcome::Busy;
+    }
+    std::map<std::string, long long> drops = m_drops.TakeDeltas();
+    m_observed.clear();
+    bool written = true;
+    for (std::size_t i = 0; written && i < items.size(); ++i)
+        written = Apply(items[i]);
+    StoreLimits limits;
+    {
+        std::lock_guard<std::mutex> const lock(m_statusMutex);
+        limits = m_options.limits;
+    }
+    if (written) {
+        m_store->Trim(limits, NowMs());
+        written = (drops.empty() || m_store->AddToCounters(drops)) && m_store->Commit(true);
+    }
+    if (!written) {
+        std::string const error = m_store->LastError();
+        m_store->Rollback();
+        m_drops.Restore(drops);
+        CoreLog("a group of %zu items was not written: %s", items.size(), error.c_str());
+        std::lock_guard<std::mutex> const lock(m_statusMutex);
+        m_status.lastError = error;
+        if (m_store->NeedsReopen())
+            m_reopen = true;  // the corrupt file is moved aside before the next attempt
+        return GroupOutcome::Failed;
+    }
+    m_failedAttempts = 0;
+    long long stored = 0;
+    for (WorkItem const& item : items)
+        stored += IsRecord(item) ? 1 : 0;
+    items.clear();
+    {
+        StoreFigures figures;
+        std::map<std::string, long long> counters;
+        if (m_figuresWanted) {
+            figures = m_store->Figures();
+            counters = m_store->Counters();
+        }
+        std::lock_guard<std::mutex> const lock(m_statusMutex);
+        m_status.recordsStored += stored;
+        m_status.lastError.clear();
+        if (m_figuresWanted) {
+            m_status.figures = figures;
+            m_status.counters = std::move(counters);
+        }
+        m_figuresWanted = false;
+    }
+    m_dataVersion = m_store->DataVersion();
+    SpillFile::Remove(m_spillFiles);  // their items were in this group or an earlier one
+    m_spillFiles.clear();
+    AfterCommit();
+    return GroupOutcome::Written;
+}
+
+bool Writer::Apply(WorkItem const& item)
+{
+    switch (item.kind) {
+    case WorkItem::Kind::Record: {
+        std::string compact;
+        if (!Compact(item.text.c_str(), compact)) {
+            m_drops.Count(DropReason::Malformed);
+            return true;
+        }
+        long long seq = 0;
+        if (!m_store->AddRecord(RecordToStore{item.timeMs, item.sessionId, item.name, compact}, &seq))
+            return false;
+        if (m_observer)
+            m_observed.push_back(Observed{seq, item.timeMs, item.sessionId, item.name, std::move(compact)});
+        return true;
+    }
+    case WorkItem::Kind::OpenSession:
+        return m_store->OpenSession(item.sessionId, item.text, item.timeMs, std::atoll(item.name.c_str()));
+    case WorkItem::Kind::CloseSession:
+        return m_store->CloseSession(item.sessionId, item.timeMs);
+    case WorkItem::Kind::SetSetting:
+        return m_store->SetSetting(item.name, item.text);
+    case WorkItem::Kind::RemoveSetting:
+        return m_store->RemoveSetting(item.name);
+    case WorkItem::Kind::PurgeRecords:
+        return m_store->DeleteAllRecords() >= 0;
+    case WorkItem::Kind::ReadFigures:
+        m_figuresWanted = true;
+        return true;
+    }
+    return true;
+}
+
+void Writer::AfterCommit()
+{
+    if (!m_observer)
+        return;
+    for (Observed const& record : m_observed)
+        m_observer(StoredRecordView{record.seq, record.timeMs, record.sessionId, record.name, record.args});
+    m_observed.clear();
+}
+
+void Writer::ReloadSettingsIfChanged()
+{
+    if (m_store == nullptr)
+        return;
+    long long const version = m_store->DataVersion();
+    if (version == m_dataVersion)
+        return;
+    // Another process committed: its consent or settings may have changed.
+    m_dataVersion = version;
+    m_settings.Replace(m_store->Settings());
+}
+
+void Writer::DropAll(std::vector<WorkItem> const& items, bool noStorage)
+{
+    long long records = 0;
+    for (WorkItem const& item : items)
+        records += IsRecord(item) ? 1 : 0;
+    m_drops.Count(noStorage ? DropReason::NoStorage : DropReason::StoreError, records);
+}
+
+}  // namespace LocalCore
+}  // namespace Norvane
