@@ -70,6 +70,7 @@ struct RecordFilter {
     long long limit = -1;    ///< at most this many (negative: all)
 };
 
+/// Zero or less: no limit.
 struct StoreLimits {
     long long maxBytes = 64LL << 20;               ///< live data of the database, in bytes
     long long maxAgeMs = 30LL * 24 * 3600 * 1000;  ///< records older than this go
@@ -128,7 +129,8 @@ public:
     /// Sets the session's end time; false when the id is unknown.
     bool CloseSession(std::string const& id, long long endedMs);
 
-    /// Adds one record; args must be JSON object text.
+    /// Adds one record. args must be JSON object text as a JSON writer gives
+    /// it (only its braces are checked); it reads back byte for byte.
     bool AddRecord(RecordToStore const& record);
     /// Deletes every record; returns how many, or -1 on failure.
     long long DeleteAllRecords();

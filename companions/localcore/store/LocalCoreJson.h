@@ -1,0 +1,36 @@
+// The one place the store includes the JSON parser. It lives in a namespace of
+// the local core's own, so that neither the wrapper's copy nor another
+// companion's can collide with it in the host process, and its assertions are
+// disabled so that no input can abort the host: every caller checks results.
+#ifndef QDX_LOCAL_CORE_JSON_H
+#define QDX_LOCAL_CORE_JSON_H
+
+#define RAPIDJSON_NAMESPACE QdxLocalCoreJson
+#define RAPIDJSON_NAMESPACE_BEGIN namespace QdxLocalCoreJson {
+#define RAPIDJSON_NAMESPACE_END }
+#define RAPIDJSON_ASSERT(condition) static_cast<void>(false && (condition))
+
+// The parser's internal stack starts as a null pointer and adds offsets to it
+// before its first allocation: harmless, but clang's pointer-overflow check
+// stops on it. The standard headers come first so that the exemption covers
+// the parser's own functions only.
+#include <cassert>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <limits>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+#include <utility>
+#if defined(__clang__)
+#pragma clang attribute push(__attribute__((no_sanitize("pointer-overflow"))), apply_to = function)
+#endif
+#include <rapidjson/reader.h>
+#include <rapidjson/stringbuffer.h>
+#if defined(__clang__)
+#pragma clang attribute pop
+#endif
+
+#endif

@@ -1,0 +1,92 @@
+#include "Schema.h"
+
+#include "Connection.h"
+
+namespace Norvane {
+namespace LocalCore {
+
+namespace Schema {
+
+namespace {
+
+// Version 1. Records are the bulk of the file, so they hold numbers where
+// they can: message names and sessions are kept once in tables of their own,
+// and the arguments as compressed bytes, with the dictionary they need (none:
+// the text as it came). The seq numbers come from AUTOINCREMENT, so that they
+// are never given twice, even after the newest records are deleted. The
+// index on time serves the age limit and the since filter; the one on session
+// serves the session filter and keeps removing ended sessions cheap, and
+// leaves out records without a session.
+char const* const kVersion1 = R"sql(
+CREATE TABLE sessions(
+    id INTEGER PRIMARY KEY,
+    uuid TEXT NOT NULL UNIQUE,
+    product TEXT NOT NULL,
+    start_ms INTEGER NOT NULL,
+    end_ms INTEGER,
+    pid INTEGER NOT NULL);
+CREATE TABLE names(
+    id INTEGER PRIMARY KEY,
+    name TEXT NOT NULL UNIQUE);
+CREATE TABLE dictionaries(
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    content BLOB NOT NULL,
+    samples INTEGER NOT NULL,
+    created_ms INTEGER NOT NULL);
+CREATE TABLE records(
+    seq INTEGER PRIMARY KEY AUTOINCREMENT,
+    time_ms INTEGER NOT NULL,
+    session INTEGER REFERENCES sessions(id),
+    name INTEGER NOT NULL REFERENCES names(id),
+    dictionary INTEGER REFERENCES dictionaries(id),
+    body BLOB NOT NULL);
+CREATE INDEX records_by_time ON records(time_ms);
+CREATE INDEX records_by_session ON records(session) WHERE session IS NOT NULL;
+CREATE TABLE settings(
+    name TEXT PRIMARY KEY,
+    value TEXT NOT NULL) WITHOUT ROWID;
+CREATE TABLE counters(
+    name TEXT PRIMARY KEY,
+    value INTEGER NOT NULL) WITHOUT ROWID;
+)sql";
+
+}  // namespace
+
+std::vector<Migration> const& Migrations()
+{
+    static std::vector<Migration> const steps = {{1, kVersion1}};
+    return steps;
+}
+
+int CurrentVersion() { return Migrations().back().toVersion; }
+
+bool Migrate(Connection& connection, std::vector<Migration> const& steps)
+{
+    for (Migration const& step : steps) {
+        if (!connection.Exec("BEGIN IMMEDIATE"))
+            return false;
+        // Read inside the transaction: another process may have just upgraded.
+        long long const version = connection.QueryInt("PRAGMA user_version");
+        bool ok = version >= 0;
+        if (ok && version < step.toVersion) {
+            if (version == step.toVersion - 1)
+                ok = connection.Exec(step.sql) &&
+                     connection.Exec(("PRAGMA user_version = " + std::to_string(step.toVersion)).c_str());
+            else
+                ok = connection.Fail("the database has schema version " + std::to_string(version) +
+                                     ", which cannot be upgraded to " + std::to_string(step.toVersion));
+        }
+        if (!ok || !connection.Exec("COMMIT")) {
+            std::string const error = connection.Error();
+            connection.Exec("ROLLBACK");
+            connection.Fail(error);
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace Schema
+
+}  // namespace LocalCore
+}  // namespace Norvane
