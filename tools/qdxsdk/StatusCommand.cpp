@@ -1,6 +1,8 @@
 // qdxsdk status: the figures of the local core's database, its counters and
 // the settings that decide whether it keeps anything.
 #include "Commands.h"
+#include "CoreSettings.h"
+#include "DropCounters.h"
 #include "ExitCode.h"
 #include "RecordJson.h"
 #include "StoreAccess.h"
@@ -16,13 +18,8 @@ namespace QdxTool {
 
 namespace {
 
-// The counters that status always shows, 0 when the database has none yet:
-// records the core refused or lost, by reason, and records the store's
-// limits removed.
-constexpr char const* kKnownCounters[] = {
-    "dropped_not_consented", "dropped_queue_full",  "dropped_no_storage", "dropped_disabled",
-    "dropped_malformed",     "dropped_store_error", "removed_by_size",    "removed_by_age",
-};
+// The store's counts of the records its limits removed (full, too old).
+constexpr char const* kRemovedCounters[] = {"removed_by_size", "removed_by_age"};
 
 struct StatusOptions {
     bool json = false;
@@ -54,7 +51,10 @@ bool ReadStatus(LocalCore::Store& store, Status& status, std::string& error)
         status.settings = store.Settings();
         error = store.LastError();
     }
-    for (char const* const name : kKnownCounters)
+    // Shown even before the first count, so that scripts find them all.
+    for (int reason = 0; reason < static_cast<int>(LocalCore::DropReason::Count); ++reason)
+        status.counters.emplace(LocalCore::DropCounters::CounterName(static_cast<LocalCore::DropReason>(reason)), 0);
+    for (char const* const name : kRemovedCounters)
         status.counters.emplace(name, 0);
     return error.empty();
 }
@@ -67,7 +67,7 @@ std::string TimeOrNone(LocalCore::StoreFigures const& figures, long long timeMs)
 void PrintText(Status const& status)
 {
     LocalCore::StoreFigures const& figures = status.figures;
-    std::string const consent = status.Setting("consent");
+    std::string const consent = status.Setting(LocalCore::Setting::kConsent);
     auto line = [](char const* title) -> std::ostream& { return std::cout << std::left << std::setw(18) << title; };
     line("Database:") << status.database << " (" << figures.databaseBytes << " bytes)\n";
     line("Schema version:") << figures.schemaVersion << '\n';
@@ -77,7 +77,7 @@ void PrintText(Status const& status)
     line("Newest record:") << TimeOrNone(figures, figures.newestMs) << '\n';
     line("Newest seq:") << figures.newestSeq << '\n';
     line("Consent:") << (consent.empty() ? std::string("not answered") : consent) << '\n';
-    line("Collection:") << (status.Setting("disabled") == "1" ? "disabled" : "enabled") << '\n';
+    line("Collection:") << (status.Setting(LocalCore::Setting::kDisabled) == "1" ? "disabled" : "enabled") << '\n';
     std::cout << "Counters:\n";
     for (auto const& [name, value] : status.counters)
         std::cout << "  " << std::left << std::setw(28) << name << value << '\n';
@@ -118,10 +118,10 @@ void PrintJson(Status const& status)
     writer.Key("newest_seq");
     writer.Int64(figures.newestSeq);
     writer.Key("consent");
-    std::string const consent = status.Setting("consent");
+    std::string const consent = status.Setting(LocalCore::Setting::kConsent);
     textOrNull(!consent.empty(), consent);
     writer.Key("disabled");
-    writer.Bool(status.Setting("disabled") == "1");
+    writer.Bool(status.Setting(LocalCore::Setting::kDisabled) == "1");
     writer.Key("counters");
     writer.StartObject();
     for (auto const& [name, value] : status.counters) {
