@@ -5,7 +5,7 @@
 set -euo pipefail
 
 required=(cmake ninja-build g++ pkg-config binutils util-linux rapidjson-dev libattr1-dev
-          libgtest-dev libbenchmark-dev libsqlite3-dev libzstd-dev)
+          libgtest-dev libbenchmark-dev libsqlite3-dev libzstd-dev libcli11-dev)
 # clang for the fuzz targets (the test command skips them without it),
 # valgrind for the instruction counts of the benchmarks.
 optional=(clang libclang-rt-14-dev valgrind)

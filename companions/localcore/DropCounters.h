@@ -9,7 +9,7 @@ namespace Norvane {
 namespace LocalCore {
 
 /// Why a record was not kept. The store counts the records its limits
-/// remove ("dropped_store_full", "dropped_too_old") itself.
+/// remove ("removed_by_size", "removed_by_age") itself.
 enum class DropReason { NotConsented, QueueFull, NoStorage, Disabled, Malformed, StoreError, Count };
 
 /// Records refused or lost in this process, by reason, until the writer adds
