@@ -23,9 +23,14 @@ CoreCompanion s_current = CoreCompanion::Instant;
 QdxString s_sessionId;
 std::string s_database;  // the local core's database file, once it said
 
+// QDX_BENCH_LOCAL_CORE_FOLDER in the environment names another build of the
+// local core, to set two builds side by side.
 char const* Folder(CoreCompanion companion)
 {
-    return companion == CoreCompanion::Instant ? QDX_BENCH_INSTANT_COMPANION_FOLDER : QDX_BENCH_LOCAL_CORE_FOLDER;
+    if (companion == CoreCompanion::Instant)
+        return QDX_BENCH_INSTANT_COMPANION_FOLDER;
+    char const* const chosen = std::getenv("QDX_BENCH_LOCAL_CORE_FOLDER");
+    return chosen != nullptr && *chosen != '\0' ? chosen : QDX_BENCH_LOCAL_CORE_FOLDER;
 }
 
 [[noreturn]] void Fail(char const* what, unsigned int code)
