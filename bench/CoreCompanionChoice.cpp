@@ -4,13 +4,16 @@
 #include "QdxInternalMessages.h"
 #include "QdxLifecycle.h"
 #include "QdxSession.h"
+#include "Store.h"
 
+#include <dirent.h>
 #include <sys/stat.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <memory>
 
 using namespace Norvane::QDXDesktopSDK;
 
@@ -131,6 +134,26 @@ long long DroppedRecords(JsonValue const& status)
 }
 
 long long DatabaseFileBytes() { return FileBytes(s_database) + FileBytes(s_database + "-wal"); }
+
+long long RecordsOnDisk()
+{
+    std::string const folder = s_database.substr(0, s_database.rfind('/'));
+    Norvane::LocalCore::OpenReport report;
+    std::unique_ptr<Norvane::LocalCore::Store> const store =
+        Norvane::LocalCore::Store::Open(folder, report, Norvane::LocalCore::OpenMode::ReadOnly);
+    long long records = store != nullptr ? store->Figures().records : 0;
+    if (DIR* const directory = opendir(folder.c_str())) {
+        while (dirent const* const entry = readdir(directory)) {
+            if (std::strncmp(entry->d_name, "spill-", 6) != 0)
+                continue;
+            std::ifstream spill(folder + "/" + entry->d_name);
+            for (std::string line; std::getline(spill, line);)
+                ++records;
+        }
+        closedir(directory);
+    }
+    return records;
+}
 
 void RequireIsolation(char const* program)
 {

@@ -37,6 +37,9 @@ Norvane::QDXDesktopSDK::JsonValue LocalCoreStoreStatus();
 long long DroppedRecords(Norvane::QDXDesktopSDK::JsonValue const& status);
 /// The size of the local core's database file plus its write-ahead log.
 long long DatabaseFileBytes();
+/// The records on disk, read apart from any core: those the database holds
+/// (committed) and those waiting in spill files for the next core to import.
+long long RecordsOnDisk();
 
 /// Refuses to run (message and exit) outside the private home folder, /tmp
 /// and /opt of tests/isolate.sh, since the local core writes under them.
