@@ -9,11 +9,13 @@
 #include <dirent.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <memory>
+#include <thread>
 
 using namespace Norvane::QDXDesktopSDK;
 
@@ -138,10 +140,23 @@ long long DatabaseFileBytes() { return FileBytes(s_database) + FileBytes(s_datab
 long long RecordsOnDisk()
 {
     std::string const folder = s_database.substr(0, s_database.rfind('/'));
+    // A writer may hold the database for a moment (the figures come back
+    // empty, without a schema version, when they cannot be read): try again.
     Norvane::LocalCore::OpenReport report;
-    std::unique_ptr<Norvane::LocalCore::Store> const store =
-        Norvane::LocalCore::Store::Open(folder, report, Norvane::LocalCore::OpenMode::ReadOnly);
-    long long records = store != nullptr ? store->Figures().records : 0;
+    Norvane::LocalCore::StoreFigures figures;
+    for (int attempt = 0; figures.schemaVersion == 0; ++attempt) {
+        if (attempt == 20) {
+            std::fprintf(stderr, "cannot read the local core's database: %s\n", report.error.c_str());
+            std::exit(1);
+        }
+        if (attempt > 0)
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        std::unique_ptr<Norvane::LocalCore::Store> const store =
+            Norvane::LocalCore::Store::Open(folder, report, Norvane::LocalCore::OpenMode::ReadOnly);
+        if (store != nullptr)
+            figures = store->Figures();
+    }
+    long long records = figures.records;
     if (DIR* const directory = opendir(folder.c_str())) {
         while (dirent const* const entry = readdir(directory)) {
             if (std::strncmp(entry->d_name, "spill-", 6) != 0)

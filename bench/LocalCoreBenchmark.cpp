@@ -18,6 +18,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include <dirent.h>
+
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -206,13 +208,27 @@ void DiskBytes(benchmark::State& state)
     state.counters["ratio"] = perRecord / textPerRecord;
 }
 
-// With a queue of range(0) MiB, reports until the core refuses an event for
-// a full queue, then times OnShutdown. What is on disk when it returns (in
-// the database, or spilled) is what survives should the process now exit.
+// The threads of this process: a writer left running is one of them.
+int ThreadCount()
+{
+    int threads = 0;
+    if (DIR* const tasks = opendir("/proc/self/task")) {
+        while (dirent const* const entry = readdir(tasks))
+            threads += entry->d_name[0] != '.' ? 1 : 0;
+        closedir(tasks);
+    }
+    return threads;
+}
+
+// With a queue of range(0) MiB (and a store large enough that its size limit
+// removes nothing), reports until the core refuses an event for a full queue,
+// then times OnShutdown. What is on disk when it returns (in the database, or
+// spilled) is what survives should the process now exit.
 void FinalizeFullQueue(benchmark::State& state)
 {
     long long accepted = 0, kept = 0;
-    QdxBench::ConfigureLocalCore("QDX_LOCALCORE_QUEUE_BYTES=" + std::to_string(state.range(0)) + "M\n");
+    QdxBench::ConfigureLocalCore("QDX_LOCALCORE_QUEUE_BYTES=" + std::to_string(state.range(0)) +
+                                 "M\nQDX_LOCALCORE_MAX_BYTES=1G\n");
     for (auto _ : state) {
         QdxString const sessionId = UseCoreCompanion(CoreCompanion::LocalCore, true);
         Event event;
@@ -221,15 +237,16 @@ void FinalizeFullQueue(benchmark::State& state)
             code = TrackEvent(sessionId, event.core, nullptr);
             accepted += code == 0 ? 1 : 0;
         }
+        int const threads = ThreadCount();
         Clock::time_point const start = Clock::now();
         QdxBench::UnloadCoreCompanion();
         state.SetIterationTime(Seconds(start));
         kept = QdxBench::RecordsOnDisk();
         // A writer that did not stop in time goes on in this process: the
-        // next measurement waits until it is done.
+        // next measurement waits until it has ended.
         for (Clock::time_point const until = Clock::now() + std::chrono::minutes(2);
-             QdxBench::RecordsOnDisk() < accepted && Clock::now() < until;)
-            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+             ThreadCount() >= threads && Clock::now() < until;)
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
     }
     QdxBench::ConfigureLocalCore("");
     state.counters["accepted"] = static_cast<double>(accepted);
