@@ -20,20 +20,20 @@ char const* SkipSpace(char const* p)
 
 // Past the closing quote of the string whose opening quote is at `p`; null
 // when the text ends first. `escaped` tells whether a backslash was seen.
+// strpbrk jumps from one quote or backslash to the next in wide steps, where
+// a loop would test every character: the scan runs on the host's thread.
 char const* SkipString(char const* p, bool& escaped)
 {
     escaped = false;
-    for (++p;; ++p) {
-        char const c = *p;
-        if (c == '"')
-            return p + 1;
-        if (c == '\0')
+    for (++p;; p += 2) {
+        p = std::strpbrk(p, "\"\\");
+        if (p == nullptr)
             return nullptr;
-        if (c == '\\') {
-            escaped = true;
-            if (*++p == '\0')
-                return nullptr;
-        }
+        if (*p == '"')
+            return p + 1;
+        escaped = true;
+        if (p[1] == '\0')
+            return nullptr;
     }
 }
 
@@ -48,21 +48,19 @@ char const* SkipValue(char const* p)
             ++p;
         return p;
     }
+    // Only quotes and brackets matter inside: the search skips the rest.
     int depth = 0;
     do {
-        char const c = *p;
-        if (c == '"') {
+        p = std::strpbrk(p, "\"{}[]");
+        if (p == nullptr)
+            return nullptr;
+        if (*p == '"') {
             p = SkipString(p, escaped);
             if (p == nullptr)
                 return nullptr;
             continue;
         }
-        if (c == '\0')
-            return nullptr;
-        if (c == '{' || c == '[')
-            ++depth;
-        else if (c == '}' || c == ']')
-            --depth;
+        depth += *p == '{' || *p == '[' ? 1 : -1;
         ++p;
     } while (depth > 0);
     return p;
@@ -86,8 +84,8 @@ MemberLookup FindTopLevelString(char const* text, char const* name, std::string&
         char const* const keyEnd = SkipString(p, escaped);
         if (keyEnd == nullptr || escaped)
             return MemberLookup::NeedsParse;
-        bool const wanted = static_cast<std::size_t>(keyEnd - p - 2) == nameLength &&
-                            std::memcmp(p + 1, name, nameLength) == 0;
+        bool const wanted =
+            static_cast<std::size_t>(keyEnd - p - 2) == nameLength && std::memcmp(p + 1, name, nameLength) == 0;
         p = SkipSpace(keyEnd);
         if (*p++ != ':')
             return MemberLookup::NeedsParse;

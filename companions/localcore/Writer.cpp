@@ -17,7 +17,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr auto kIdleTick = std::chrono::seconds(1);  // housekeeping runs at least this often
-constexpr int kAttemptsPerGroup = 3;                  // then a group that cannot be written is dropped
+constexpr int kAttemptsPerGroup = 3;                 // then a group that cannot be written is dropped
 constexpr auto kRetryPause = std::chrono::milliseconds(200);
 constexpr auto kOpenRetryPause = std::chrono::seconds(30);  // a folder that was unusable may become usable
 
@@ -112,9 +112,8 @@ void Writer::Run()
             durabilityMs = m_options.durabilityMs;
         }
         // Half the window for grouping leaves the other half for the commit.
-        unsigned long long const ticket = m_queue.Take(items, Clock::now() + kIdleTick,
-                                                       std::chrono::milliseconds(durabilityMs / 2),
-                                                       m_options.groupBytes);
+        unsigned long long const ticket = m_queue.Take(
+            items, Clock::now() + kIdleTick, std::chrono::milliseconds(durabilityMs / 2), m_options.groupBytes);
         bool const stopping = m_queue.StopRequested();
         if (!items.empty()) {
             GroupOutcome const outcome = WriteGroup(items);
@@ -191,7 +190,7 @@ void Writer::OpenStore()
     std::lock_guard<std::mutex> const lock(m_statusMutex);
     m_opened = true;
     m_status.storageReady = m_store != nullptr;
-    m_status.lastError = m_store != nullptr ? std::string()
+    m_status.lastError = m_store != nullptr   ? std::string()
                          : report.newerSchema ? "the database has a newer schema; left untouched"
                                               : report.error;
     m_statusChanged.notify_all();
@@ -211,8 +210,12 @@ Writer::GroupOutcome Writer::WriteGroup(std::vector<WorkItem>& items)
     std::map<std::string, long long> drops = m_drops.TakeDeltas();
     m_observed.clear();
     bool written = true;
-    for (std::size_t i = 0; written && i < items.size(); ++i)
-        written = Apply(items[i]);
+    for (std::size_t i = 0; written && i < items.size(); ++i) {
+        long long seq = 0;
+        written = Apply(items[i], seq);
+        if (written && seq > 0 && m_observer)
+            m_observed.push_back(Observed{i, seq});
+    }
     StoreLimits limits;
     {
         std::lock_guard<std::mutex> const lock(m_statusMutex);
@@ -237,7 +240,6 @@ Writer::GroupOutcome Writer::WriteGroup(std::vector<WorkItem>& items)
     long long stored = 0;
     for (WorkItem const& item : items)
         stored += IsRecord(item) ? 1 : 0;
-    items.clear();
     {
         StoreFigures figures;
         std::map<std::string, long long> counters;
@@ -257,25 +259,26 @@ Writer::GroupOutcome Writer::WriteGroup(std::vector<WorkItem>& items)
     m_dataVersion = m_store->DataVersion();
     SpillFile::Remove(m_spillFiles);  // their items were in this group or an earlier one
     m_spillFiles.clear();
-    AfterCommit();
+    AfterCommit(items);
+    items.clear();
     return GroupOutcome::Written;
 }
 
-bool Writer::Apply(WorkItem const& item)
+bool Writer::Apply(WorkItem& item, long long& seq)
 {
     switch (item.kind) {
     case WorkItem::Kind::Record: {
-        std::string compact;
-        if (!Compact(item.text.c_str(), compact)) {
+        // The compact text replaces the received one: a group written again
+        // after a failure, or spilled, carries it as it is.
+        if (!m_compactor.Compact(item.text)) {
             m_drops.Count(DropReason::Malformed);
             return true;
         }
-        long long seq = 0;
-        if (!m_store->AddRecord(RecordToStore{item.timeMs, item.sessionId, item.name, compact}, &seq))
-            return false;
-        if (m_observer)
-            m_observed.push_back(Observed{seq, item.timeMs, item.sessionId, item.name, std::move(compact)});
-        return true;
+        m_record.timeMs = item.timeMs;
+        m_record.sessionId = item.sessionId;
+        m_record.name = item.name;
+        m_record.args = item.text;
+        return m_store->AddRecord(m_record, &seq);
     }
     case WorkItem::Kind::OpenSession:
         return m_store->OpenSession(item.sessionId, item.text, item.timeMs, std::atoll(item.name.c_str()));
@@ -294,12 +297,12 @@ bool Writer::Apply(WorkItem const& item)
     return true;
 }
 
-void Writer::AfterCommit()
+void Writer::AfterCommit(std::vector<WorkItem> const& items)
 {
-    if (!m_observer)
-        return;
-    for (Observed const& record : m_observed)
-        m_observer(StoredRecordView{record.seq, record.timeMs, record.sessionId, record.name, record.args});
+    for (Observed const& record : m_observed) {
+        WorkItem const& item = items[record.item];
+        m_observer(StoredRecordView{record.seq, item.timeMs, item.sessionId, item.name, item.text});
+    }
     m_observed.clear();
 }
 

@@ -1,6 +1,7 @@
 #ifndef QDX_LOCALCORE_WRITER_H
 #define QDX_LOCALCORE_WRITER_H
 
+#include "CoreJson.h"
 #include "WorkQueue.h"
 #include "store/Store.h"
 
@@ -24,10 +25,10 @@ class DropCounters;
 struct WriterStatus {
     bool started = false;
     bool storageReady = false;
-    std::string database;        ///< the database file
-    std::string lastError;       ///< "" when none
-    long long recordsStored = 0; ///< by this process
-    StoreFigures figures;        ///< as of the last ReadFigures item
+    std::string database;                       ///< the database file
+    std::string lastError;                      ///< "" when none
+    long long recordsStored = 0;                ///< by this process
+    StoreFigures figures;                       ///< as of the last ReadFigures item
     std::map<std::string, long long> counters;  ///< the shared counters, as of the last ReadFigures item
 };
 
@@ -47,9 +48,9 @@ struct StoredRecordView {
 class Writer {
 public:
     struct Options {
-        std::string folder;              ///< where "usage.db" lives
+        std::string folder;  ///< where "usage.db" lives
         StoreLimits limits;
-        long long durabilityMs = 1000;   ///< a record answered with success is on disk within this
+        long long durabilityMs = 1000;     ///< a record answered with success is on disk within this
         std::size_t groupBytes = 1 << 20;  ///< a group this large is written at once
     };
     using RecordObserver = std::function<void(StoredRecordView const&)>;
@@ -88,8 +89,9 @@ private:
     void OpenStore();
     enum class GroupOutcome { Written, Busy, Failed };
     GroupOutcome WriteGroup(std::vector<WorkItem>& items);
-    bool Apply(WorkItem const& item);
-    void AfterCommit();
+    /// seq: the stored record's sequence number, left as it is for other items.
+    bool Apply(WorkItem& item, long long& seq);
+    void AfterCommit(std::vector<WorkItem> const& items);
     void ReloadSettingsIfChanged();
     void DropAll(std::vector<WorkItem> const& items, bool noStorage);
     bool Stopping() const { return m_stopDeadlinePassed.load(std::memory_order_relaxed); }
@@ -98,30 +100,32 @@ private:
     WorkQueue& m_queue;
     CoreSettings& m_settings;
     DropCounters& m_drops;
-    RecordObserver m_observer;     // set before Start
-    Housekeeping m_housekeeping;   // set before Start
+    RecordObserver m_observer;    // set before Start
+    Housekeeping m_housekeeping;  // set before Start
 
     std::thread m_thread;
     std::unique_ptr<Store> m_store;  // the writer thread's alone
     struct Observed {
-        long long seq, timeMs;
-        std::string sessionId, name, args;
+        std::size_t item;  // in the group being written
+        long long seq;
     };
     std::vector<Observed> m_observed;  // the writer thread's alone: stored, not yet shown to the observer
-    long long m_dataVersion = -1;    // the writer thread's alone
-    int m_failedAttempts = 0;        // the writer thread's alone
-    bool m_figuresWanted = false;    // the writer thread's alone
+    JsonCompactor m_compactor;         // the writer thread's alone
+    RecordToStore m_record;            // the writer thread's alone: reused, so that its texts keep their buffers
+    long long m_dataVersion = -1;      // the writer thread's alone
+    int m_failedAttempts = 0;          // the writer thread's alone
+    bool m_figuresWanted = false;      // the writer thread's alone
     std::chrono::steady_clock::time_point m_nextOpenAttempt;  // the writer thread's alone
-    bool m_reopen = false;           // the writer thread's alone: the database must be opened anew
+    bool m_reopen = false;                  // the writer thread's alone: the database must be opened anew
     std::vector<std::string> m_spillFiles;  // the writer thread's alone: imported, not yet committed
 
     std::atomic<bool> m_stopDeadlinePassed{false};  // the busy handler gives up
     std::atomic<bool> m_noStorage{false};
     mutable std::mutex m_statusMutex;
     std::condition_variable m_statusChanged;
-    bool m_opened = false;           // guarded by m_statusMutex
-    bool m_finished = false;         // guarded by m_statusMutex
-    WriterStatus m_status;           // guarded by m_statusMutex
+    bool m_opened = false;    // guarded by m_statusMutex
+    bool m_finished = false;  // guarded by m_statusMutex
+    WriterStatus m_status;    // guarded by m_statusMutex
 };
 
 }  // namespace LocalCore
