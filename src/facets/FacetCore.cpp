@@ -15,20 +15,21 @@ namespace {
 using FacetMap = std::map<QdxString, Base*>;
 using FacetFactory = STLUtils::TFunction<Base*, int, Core>;
 
-// Built for each creation only: creations are rare next to lookups.
+// Built for each creation only: creations are rare next to lookups. Each
+// name is the one its class defines.
 std::map<std::string, FacetFactory> FacetFactories()
 {
     return {
-        {"component", New_Component},
-        {"content", New_Content},
-        {"operation", New_Operation},
-        {"user", New_User},
-        {"entitlement", New_Entitlement},
-        {"product", New_Product},
-        {"device", New_Device},
-        {"geo", New_Geo},
-        {"http", New_Http},
-        {"browser", New_Browser},
+        {Component::FacetName(), New_Component},
+        {Content::FacetName(), New_Content},
+        {Operation::FacetName(), New_Operation},
+        {User::FacetName(), New_User},
+        {Entitlement::FacetName(), New_Entitlement},
+        {Product::FacetName(), New_Product},
+        {Device::FacetName(), New_Device},
+        {Geo::FacetName(), New_Geo},
+        {Http::FacetName(), New_Http},
+        {Browser::FacetName(), New_Browser},
     };
 }
 
