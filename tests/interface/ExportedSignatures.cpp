@@ -70,6 +70,8 @@ void FreeFunctions()
     FREE(InternalProcessMessage, unsigned int (*)(QdxString const&, JsonValue&));
     FREE(SetTestingFlags, unsigned int (*)(QdxString const&, JsonValue const&));
     FREE(SetTestingCallback, unsigned int (*)(QdxString const&, int (*)(JsonValue const&, void*, JsonValue&), void*));
+    FREE(GetLibraryMessageSender, LibraryMessageSenderQDXSDKWrapper * (*)());
+    FREE(GetUILibraryMessageSender, LibraryMessageSenderQDXSDKWrapper * (*)());
     FREE(SetLibraryPath, void (*)(QdxString const&));
     FREE(OnShutdown, void (*)());
 
