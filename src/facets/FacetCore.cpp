@@ -2,6 +2,7 @@
 
 #include "facets/TFunction.h"
 
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -9,6 +10,8 @@
 namespace Norvane {
 namespace QDXDesktopSDK {
 namespace Facet {
+
+class Core::FacetTable : public std::map<QdxString, Base*> {};
 
 namespace {
 
@@ -72,7 +75,7 @@ Base* Core::GetFacetByName(char const* name, FacetCreationAction action)
 {
     QdxAutoLock lock(m_lock);
     if (m_pFacets == nullptr)
-        m_pFacets = new FacetMap;
+        m_pFacets = new FacetTable;
     QdxString const key(name);
     auto const found = m_pFacets->find(key);
     if (found != m_pFacets->end()) {
@@ -126,7 +129,7 @@ void Core::Assign(Core const& other)
     Data() = other.Data();
     if (other.m_pFacets == nullptr)
         return;
-    auto clones = std::make_unique<FacetMap>();
+    auto clones = std::make_unique<FacetTable>();
     try {
         for (auto const& entry : *other.m_pFacets) {
             std::unique_ptr<Base> clone(entry.second->Clone());

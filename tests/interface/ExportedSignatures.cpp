@@ -3,6 +3,10 @@
 // signature fails to compile and a lost export fails to link. The values of
 // the result codes are pinned beside them.
 #include "QdxDesktopSDK.h"
+// Exported too, though no installed header declares them.
+#include "values/JsonValueConversion.h"
+#include "values/JsonValueImpl.h"
+#include "values/QdxStringImpl.h"
 
 #include <set>
 #include <string>
