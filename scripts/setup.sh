@@ -4,8 +4,9 @@
 # install and fails.
 set -euo pipefail
 
+# abigail-tools for the binary compatibility gate (abidw, abidiff).
 required=(cmake ninja-build g++ pkg-config binutils util-linux rapidjson-dev libattr1-dev
-          libgtest-dev libbenchmark-dev)
+          libgtest-dev libbenchmark-dev abigail-tools)
 # clang for the fuzz targets (the test command skips them without it),
 # valgrind for the instruction counts of the benchmarks.
 optional=(clang libclang-rt-14-dev valgrind)
