@@ -2,8 +2,8 @@
 // the value must parse again to an equal value and be written identically,
 // and the straight writing must agree with writing through a document.
 #include "JsonValue.h"
-#include "JsonValueConversion.h"
 #include "values/JsonValueAccess.h"
+#include "values/JsonValueConversion.h"
 #include "values/RapidJson.h"
 
 #include <cstdint>

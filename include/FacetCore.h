@@ -6,8 +6,6 @@
 #include "QdxExport.h"
 #include "QdxString.h"
 
-#include <map>
-
 namespace Norvane {
 namespace QDXDesktopSDK {
 namespace Facet {
@@ -83,8 +81,9 @@ public:
     Base* Clone() const override;
 
 private:
-    // Facets by name, each owned with the table; created by the first GetFacetByName.
-    std::map<QdxString, Base*>* m_pFacets;
+    class FacetTable;  // the facets by name; defined inside the library
+    // Owned with every facet in it; created by the first GetFacetByName.
+    FacetTable* m_pFacets;
 };
 
 }  // namespace Facet

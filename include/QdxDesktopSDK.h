@@ -6,8 +6,6 @@
 #include "FacetCore.h"
 #include "JsonKeyPath.h"
 #include "JsonValue.h"
-#include "JsonValueConversion.h"
-#include "JsonValueImpl.h"
 #include "QdxDialogs.h"
 #include "QdxEvents.h"
 #include "QdxExport.h"
@@ -18,6 +16,5 @@
 #include "QdxResult.h"
 #include "QdxSession.h"
 #include "QdxString.h"
-#include "QdxStringImpl.h"
 
 #endif

@@ -6,6 +6,13 @@ namespace QDXDesktopSDK {
 
 /// The result codes of the exported calls, which return them as unsigned int.
 /// Any code not listed here is the companion library's own answer.
+///
+/// A companion library answers its own start in these codes too: when it
+/// answers QdxResult_CompanionNotLoaded, QdxResult_NoEntryPoint or
+/// QdxResult_Disabled it is switched off for the rest of the process. With
+/// QdxResult_Disabled it is unloaded at once and every later call returns that
+/// code without sending; with the other two it stays loaded until OnShutdown,
+/// and is not loaded again after it.
 enum QdxResultCode : unsigned int {
     QdxResult_Success = 0,
     QdxResult_CompanionNotLoaded = 1,  ///< the companion library could not be found, opened or initialised

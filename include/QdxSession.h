@@ -44,7 +44,8 @@ QDX_EXPORT unsigned int IsDialogStringsAvailable(QdxString const& locale);
 /// Fetches the consent dialog's texts for `locale`: the whole answer lands in `strings`.
 QDX_EXPORT unsigned int GetPXDialogStrings(QdxString const& locale, JsonValue& strings);
 /// True when usage reporting is off: the core library is missing, lacks its
-/// entry point, or refused to start (codes 1, 8 and 12).
+/// entry point, or refused to start (QdxResult_CompanionNotLoaded,
+/// QdxResult_NoEntryPoint, QdxResult_Disabled).
 QDX_EXPORT bool IsQDXDisabled();
 /// Turns usage reporting off.
 QDX_EXPORT unsigned int DisableQDX();

@@ -4,8 +4,11 @@
 # install and fails.
 set -euo pipefail
 
+# abigail-tools for the binary compatibility gate (abidw, abidiff),
+# clang-format-14 for the formatting check.
 required=(cmake ninja-build g++ pkg-config binutils util-linux rapidjson-dev libattr1-dev
-          libgtest-dev libbenchmark-dev libsqlite3-dev libzstd-dev libcli11-dev)
+          libgtest-dev libbenchmark-dev libsqlite3-dev libzstd-dev libssl-dev libcli11-dev
+          abigail-tools clang-format-14)
 # clang for the fuzz targets (the test command skips them without it),
 # valgrind for the instruction counts of the benchmarks.
 optional=(clang libclang-rt-14-dev valgrind)

@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
-# The test command. Installs what is missing, builds with warnings as errors,
-# runs the whole suite in a normal build, runs each fuzz target briefly (when
-# clang is there) and runs the whole suite again under AddressSanitizer with
-# UndefinedBehaviorSanitizer and under ThreadSanitizer.
+# The test command. Installs what is missing, checks that the sources are
+# formatted, builds with warnings as errors, runs the whole suite in a normal
+# build (with the binary compatibility gate), runs each fuzz target briefly
+# (when clang is there) and runs the whole suite again under AddressSanitizer
+# with UndefinedBehaviorSanitizer and under ThreadSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh
+scripts/format.sh --check
 
 run_suite() {
     cmake --preset "$1" >/dev/null

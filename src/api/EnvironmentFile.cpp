@@ -28,9 +28,9 @@ void RequestConfigurationReload()
     request["_msg"] = "ReloadConfig";
     request["_pid"] = JsonValue(StdProcessUtil::GetPid());
     request["reset"] = true;
-    Path const file = Path::GetSpecialFolderPath(Path::SpecialFolder_Home, false)
-                          .Append(".norvane/UI/Norvane")
-                          .Append("QDXSDK")
+    // Under the home folder even when the SDK folder in use is the common one.
+    Path const home = Path::GetSpecialFolderPath(Path::SpecialFolder_Home, false);
+    Path const file = QdxSDKFolder::GetUserQDXSDKFolderPath(home)
                           .Append("JSON")
                           .Append("InternalMessage")
                           .RenameExtension(".json.user");

@@ -124,7 +124,7 @@ bool SetHostProduct(QdxString const& sessionId)
 {
     JsonValue result;
     return GetLibraryMessageSender()->ProcessMessageWithArguments("SetHostProduct", result, "session_id",
-                                                                  ArgumentText(sessionId), nullptr) == 0;
+                                                                  ArgumentText(sessionId), nullptr) == QdxResult_Success;
 }
 
 long long GetVersion(VersionType type, char const* module, bool fromSdkFolder)

@@ -2,6 +2,7 @@
 #define QDX_LIBRARY_MESSAGE_SENDER_QDX_SDK_WRAPPER_H
 
 #include "QdxGlint.h"
+#include "QdxLifecycle.h"
 #include "QdxLock.h"
 #include "companion/LibraryMessageSender.h"
 
@@ -13,7 +14,8 @@ namespace QDXDesktopSDK {
 /// The sender of the exported calls: a companion channel that stamps every
 /// message with the interface version of this library. The three instances,
 /// one per companion, live in the registry below from their first use until
-/// the library is unloaded.
+/// the library is unloaded; their accessors are exported (QdxLifecycle.h,
+/// QdxGlint.h), the class itself is not.
 class LibraryMessageSenderQDXSDKWrapper : public LibraryMessageSender {
 public:
     using LibraryMessageSender::LibraryMessageSender;
@@ -38,12 +40,6 @@ private:
     static QdxLock m_uiMessageSenderLock;
     static QdxLock m_glintMessageSenderLock;
 };
-
-/// The core library's sender ("QdxSDKCore.so"). Its creation also mirrors
-/// "qdxdesktopsdk.env" into the SDK folder (see EnvironmentFile.h). Never null.
-LibraryMessageSenderQDXSDKWrapper* GetLibraryMessageSender();
-/// The dialog library's sender ("QdxSDKUI.so"). Never null.
-LibraryMessageSenderQDXSDKWrapper* GetUILibraryMessageSender();
 
 }  // namespace QDXDesktopSDK
 }  // namespace Norvane

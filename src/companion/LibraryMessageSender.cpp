@@ -48,7 +48,7 @@ LibraryMessageSender::~LibraryMessageSender()
 int LibraryMessageSender::ProcessMessage(std::string const& name, JsonValue const& arguments, JsonValue& result)
 {
     int const code = Load();
-    return code != Result_Success ? code : SendMessage(name, arguments, result);
+    return code != QdxResult_Success ? code : SendMessage(name, arguments, result);
 }
 
 int LibraryMessageSender::ProcessMessageWithArguments(std::string const& name, JsonValue& result, char const* key,
@@ -64,18 +64,21 @@ int LibraryMessageSender::ProcessMessageWithArguments(std::string const& name, J
 int LibraryMessageSender::Load()
 {
     if (IsLoaded())
-        return Result_Success;
+        return QdxResult_Success;
     if (IsDisabled())
         return GetStatus();
     StdAutoMutexLock const lock(m_loadMutex, -1);
     if (IsDisabled())
         return GetStatus();
     if (IsLoaded())
-        return Result_Success;
+        return QdxResult_Success;
     if (LoadLibraryWithPath(LocateLibrary(false, true, nullptr)))
-        return Result_Success;
+        return QdxResult_Success;
+    // A status recorded by an earlier initialisation says more than the generic code.
     int const status = GetStatus();
-    return status != 0 ? status : Result_NotLoaded;
+    if (status == QdxResult_Success)
+        return QdxResult_CompanionNotLoaded;
+    return status;
 }
 
 bool LibraryMessageSender::IsLoaded() const
@@ -90,7 +93,7 @@ bool LibraryMessageSender::IsDisabled() const
 
 bool LibraryMessageSender::IsDisabled(int status)
 {
-    return status == 1 || (status & ~4) == 8;
+    return status == QdxResult_CompanionNotLoaded || status == QdxResult_NoEntryPoint || status == QdxResult_Disabled;
 }
 
 int LibraryMessageSender::GetStatus() const
@@ -179,7 +182,7 @@ bool LibraryMessageSender::LoadLibraryWithPath(Path const& folder)
         LogLoadAttempt(m_libraryPath, loaded, loaderError);
         m_libraryPath = candidate;
         Initialise();
-        if (GetStatus() == 12)
+        if (GetStatus() == QdxResult_Disabled)
             UnLoad();
         if (loaded)
             break;

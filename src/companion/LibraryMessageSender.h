@@ -17,9 +17,11 @@ namespace QDXDesktopSDK {
 /// from the files without loading them), its entry points "Initialize",
 /// "InitializeEx", "Finalize", "ProcessMessage" and "FreeMessage" (each
 /// followed by the entry-point suffix) are resolved and it is initialised.
-/// An initialisation status of 1, 8 or 12 disables the sender for good
-/// (12 also unloads the companion). Any thread may send; loading is
-/// serialised by the sender's load mutex; unloading is for shut-down only.
+/// The companion answers its initialisation with a status in the codes of
+/// QdxResult.h; the disabling ones (see IsDisabled) switch the sender off for
+/// good, and QdxResult_Disabled also unloads the companion. Any thread may
+/// send; loading is serialised by the sender's load mutex; unloading is for
+/// shut-down only.
 class LibraryMessageSender : public MessageSender {
 public:
     /// `loadableModuleName` is the companion's file name ("QdxSDKCore.so");
@@ -29,20 +31,24 @@ public:
     /// Unloads the companion.
     ~LibraryMessageSender() override;
 
-    /// Loads the companion when needed, then sends. Returns the load code (1,
-    /// or the recorded status of a disabled sender) without sending when the
-    /// companion cannot be used; `result` is then untouched.
+    /// Loads the companion when needed, then sends. Returns the load code
+    /// (see Load) without sending when the companion cannot be used; `result`
+    /// is then untouched.
     virtual int ProcessMessage(std::string const& name, JsonValue const& arguments, JsonValue& result);
     /// ProcessMessage with an argument object built from text pairs, as
     /// SendMessageWithArguments builds it.
     int ProcessMessageWithArguments(std::string const& name, JsonValue& result, char const* key, ...);
 
-    /// 0 when the companion is (now) loaded; the status when the sender is
-    /// disabled; else the status if one was recorded, or 1.
+    /// QdxResult_Success when the companion is (now) loaded; the status when
+    /// the sender is disabled; else the status if one was recorded, or
+    /// QdxResult_CompanionNotLoaded.
     int Load();
     bool IsLoaded() const;
     bool IsDisabled() const;
-    /// True for the statuses that disable a sender: 1, 8 and 12.
+    /// True for the initialisation statuses that disable a sender:
+    /// QdxResult_CompanionNotLoaded, QdxResult_NoEntryPoint and
+    /// QdxResult_Disabled. A disabled sender that is unloaded never loads
+    /// again: every later message returns the status.
     static bool IsDisabled(int status);
     /// The last status returned by the companion's initialisation; 0 before.
     int GetStatus() const;

@@ -5,10 +5,10 @@
 // still serves as an ancestor.
 #include "companion/LibraryPathManager.h"
 
-#include "JsonValueImpl.h"
 #include "QdxString.h"
 #include "support/Logger.h"
 #include "values/JsonValueAccess.h"
+#include "values/JsonValueImpl.h"
 
 #include <string>
 #include <utility>

@@ -66,13 +66,15 @@ int MessageSender::SendMessage(std::string const& name, JsonValue const& argumen
     thread_local std::string answer;
     QdxString const text = arguments.GetJsonString();
     if (!CallProcessMessage(name, QdxStringAccess::Text(text), answer))
-        return Result_NoEntryPoint;
+        return QdxResult_NoEntryPoint;
     ReadJsonTextInPlace(answer, result);
     if (answer.capacity() > kKeptAnswerCapacity)
         std::string().swap(answer);
     // One lookup: a missing member is the shared null value itself.
     JsonValue const& code = static_cast<JsonValue const&>(result)["_returnCode"];
-    return &code != &JsonValue::sNullValue ? static_cast<int>(code) : Result_NoReturnCode;
+    if (&code == &JsonValue::sNullValue)
+        return QdxResult_NoReturnCode;
+    return static_cast<int>(code);
 }
 
 int MessageSender::SendMessageWithArguments(std::string const& name, JsonValue& result, char const* key, ...) const

@@ -2,6 +2,7 @@
 #define QDX_MESSAGE_SENDER_H
 
 #include "JsonValue.h"
+#include "QdxResult.h"
 
 #include <atomic>
 #include <cstdarg>
@@ -23,23 +24,16 @@ public:
     /// The companion's "FreeMessage": takes back an answer text.
     using FreeMessageFunction = void (*)(char const* answer);
 
-    /// Codes of the channel itself; any other code is the companion's own.
-    enum ResultCode : int {
-        Result_Success = 0,
-        Result_NotLoaded = 1,     ///< the companion could not be located, opened or resolved
-        Result_NoReturnCode = 2,  ///< the answer carried no "_returnCode"
-        Result_NoEntryPoint = 8,  ///< no "ProcessMessage" entry point: nothing was sent
-    };
-
     MessageSender(ProcessMessageFunction processMessage, FreeMessageFunction freeMessage);
     virtual ~MessageSender();
     MessageSender(MessageSender const&) = delete;
     MessageSender& operator=(MessageSender const&) = delete;
 
     /// Writes `arguments` as JSON text, sends it and parses the answer into
-    /// `result`. Returns the answer's "_returnCode", 2 when it has none (the
-    /// parsed answer is in `result` all the same), or 8 when the sender is
-    /// not valid (`result` untouched).
+    /// `result`. Returns the answer's "_returnCode", QdxResult_NoReturnCode
+    /// when it has none (the parsed answer is in `result` all the same), or
+    /// QdxResult_NoEntryPoint when the sender is not valid (`result`
+    /// untouched).
     virtual int SendMessage(std::string const& name, JsonValue const& arguments, JsonValue& result) const;
     /// The raw exchange: `data` to the companion, its answer copied into
     /// `result` (a null answer as ""), the answer handed back through

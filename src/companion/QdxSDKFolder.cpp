@@ -33,8 +33,7 @@ char s_sdkFolderPath[1024] = {};  // guarded by s_cacheMutex; empty until comput
 Path ComputeSdkFolderPath()
 {
     IsUsingCommonFolder();  // asked for its side effect of caching; the writable test decides
-    Path const userFolder =
-        Path::GetSpecialFolderPath(Path::SpecialFolder_UserData, false).Append(kUserFolder).Append(kSdkFolder);
+    Path const userFolder = GetUserQDXSDKFolderPath(Path::GetSpecialFolderPath(Path::SpecialFolder_UserData, false));
     if (userFolder.IsWritable())
         return userFolder;
     Path::SetGlobalFileAttribute(kSharedFileAttribute);
@@ -122,6 +121,11 @@ Path GetQDXSDKFolderPath(char const* sub)
         cached = Path(s_sdkFolderPath);
     }
     return AppendIfGiven(cached, sub);
+}
+
+Path GetUserQDXSDKFolderPath(Path const& home)
+{
+    return home.Append(kUserFolder).Append(kSdkFolder);
 }
 
 Path GetQDXSDK_SYSTEMFolderPath(char const* sub) { return GetQDXSDKFolderPath(sub); }

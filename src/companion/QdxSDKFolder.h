@@ -24,6 +24,9 @@ bool IsUsingCommonFolder();
 /// "/opt/Norvane/QDXSDK" (and from then on every file the library creates is
 /// made readable and writable by all). Computed once, then kept.
 Path GetQDXSDKFolderPath(char const* sub);
+/// The per-user SDK data folder inside the home folder `home`
+/// ("<home>/.norvane/UI/Norvane/QDXSDK"), whether or not it is the one in use.
+Path GetUserQDXSDKFolderPath(Path const& home);
 /// The same folder as GetQDXSDKFolderPath.
 Path GetQDXSDK_SYSTEMFolderPath(char const* sub);
 /// "/opt/Norvane/QdxDesktopSDK/bin", with `sub` appended when not null.

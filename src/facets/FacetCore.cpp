@@ -2,6 +2,7 @@
 
 #include "facets/TFunction.h"
 
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -10,25 +11,28 @@ namespace Norvane {
 namespace QDXDesktopSDK {
 namespace Facet {
 
+class Core::FacetTable : public std::map<QdxString, Base*> {};
+
 namespace {
 
 using FacetMap = std::map<QdxString, Base*>;
 using FacetFactory = STLUtils::TFunction<Base*, int, Core>;
 
-// Built for each creation only: creations are rare next to lookups.
+// Built for each creation only: creations are rare next to lookups. Each
+// name is the one its class defines.
 std::map<std::string, FacetFactory> FacetFactories()
 {
     return {
-        {"component", New_Component},
-        {"content", New_Content},
-        {"operation", New_Operation},
-        {"user", New_User},
-        {"entitlement", New_Entitlement},
-        {"product", New_Product},
-        {"device", New_Device},
-        {"geo", New_Geo},
-        {"http", New_Http},
-        {"browser", New_Browser},
+        {Component::FacetName(), New_Component},
+        {Content::FacetName(), New_Content},
+        {Operation::FacetName(), New_Operation},
+        {User::FacetName(), New_User},
+        {Entitlement::FacetName(), New_Entitlement},
+        {Product::FacetName(), New_Product},
+        {Device::FacetName(), New_Device},
+        {Geo::FacetName(), New_Geo},
+        {Http::FacetName(), New_Http},
+        {Browser::FacetName(), New_Browser},
     };
 }
 
@@ -71,7 +75,7 @@ Base* Core::GetFacetByName(char const* name, FacetCreationAction action)
 {
     QdxAutoLock lock(m_lock);
     if (m_pFacets == nullptr)
-        m_pFacets = new FacetMap;
+        m_pFacets = new FacetTable;
     QdxString const key(name);
     auto const found = m_pFacets->find(key);
     if (found != m_pFacets->end()) {
@@ -125,7 +129,7 @@ void Core::Assign(Core const& other)
     Data() = other.Data();
     if (other.m_pFacets == nullptr)
         return;
-    auto clones = std::make_unique<FacetMap>();
+    auto clones = std::make_unique<FacetTable>();
     try {
         for (auto const& entry : *other.m_pFacets) {
             std::unique_ptr<Base> clone(entry.second->Clone());

@@ -1,7 +1,7 @@
 #ifndef QDX_JSON_TEXT_READER_H
 #define QDX_JSON_TEXT_READER_H
 
-#include "JsonValueImpl.h"
+#include "values/JsonValueImpl.h"
 
 #include <cstddef>
 #include <string>

@@ -2,10 +2,10 @@
 // the handle itself (an emptied value collapses to the null handle).
 #include "JsonValue.h"
 
-#include "JsonValueImpl.h"
+#include "support/StaticSetUpOrder.h"
 #include "values/JsonTextReader.h"
 #include "values/JsonTextWriter.h"
-#include "support/StaticSetUpOrder.h"
+#include "values/JsonValueImpl.h"
 #include "values/QdxStringAccess.h"
 
 #include <climits>

@@ -2,7 +2,7 @@
 #define QDX_JSON_VALUE_ACCESS_H
 
 #include "JsonValue.h"
-#include "JsonValueImpl.h"
+#include "values/JsonValueImpl.h"
 
 namespace Norvane {
 namespace QDXDesktopSDK {

@@ -1,7 +1,7 @@
 // Text conversion runs straight between the tree and the parser's and
 // writer's event calls; the document-based functions here serve callers
 // that hold a parser document.
-#include "JsonValueConversion.h"
+#include "values/JsonValueConversion.h"
 
 #include "values/JsonTextReader.h"
 #include "values/JsonTextWriter.h"

@@ -1,6 +1,6 @@
-#include "JsonValueImpl.h"
+#include "values/JsonValueImpl.h"
 
-#include "JsonValueConversion.h"
+#include "values/JsonValueConversion.h"
 
 #include <algorithm>
 #include <climits>

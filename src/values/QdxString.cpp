@@ -1,8 +1,8 @@
 #include "QdxString.h"
 
-#include "QdxStringImpl.h"
 #include "support/StdStringUtil.h"
 #include "support/StdWideConversion.h"
+#include "values/QdxStringImpl.h"
 
 #include <locale>
 #include <sstream>

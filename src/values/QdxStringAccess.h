@@ -2,7 +2,7 @@
 #define QDX_STRING_ACCESS_H
 
 #include "QdxString.h"
-#include "QdxStringImpl.h"
+#include "values/QdxStringImpl.h"
 
 #include <string>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "QdxStringImpl.h"
+#include "values/QdxStringImpl.h"
 
 #include "support/StdWideConversion.h"
 

@@ -56,6 +56,7 @@ TEST(QdxSDKFolderTest, FoldersAndFiles)
 {
     QDX_REQUIRE_ISOLATION();
     Path const sdk = Home().Append(".norvane/UI/Norvane/QDXSDK");
+    EXPECT_EQ(sdk.GetString(), QdxSDKFolder::GetUserQDXSDKFolderPath(Home()).GetString());
     EXPECT_EQ(sdk.GetString(), QdxSDKFolder::GetQDXSDKFolderPath(nullptr).GetString());
     EXPECT_EQ(sdk.Append("x.json").GetString(), QdxSDKFolder::GetQDXSDK_SYSTEMFolderPath("x.json").GetString());
     EXPECT_EQ(sdk.Append("CS.json").GetString(), QdxSDKFolder::GetCSStatusFilePath().GetString());

@@ -4,6 +4,7 @@
 #include "QdxLifecycle.h"
 #include "TestIsolation.h"
 #include "api/LibraryMessageSenderQDXSDKWrapper.h"
+#include "companion/QdxSDKFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -19,7 +20,7 @@ Path const kCompanions("/tmp/companions");
 
 Path SdkFolder()
 {
-    return Path::GetSpecialFolderPath(Path::SpecialFolder_Home, false).Append(".norvane/UI/Norvane/QDXSDK");
+    return QdxSDKFolder::GetUserQDXSDKFolderPath(Path::GetSpecialFolderPath(Path::SpecialFolder_Home, false));
 }
 Path EnvironmentCopy() { return SdkFolder().Append("qdxdesktopsdk.env"); }
 Path ReloadRequest() { return SdkFolder().Append("JSON/InternalMessage.json.user"); }

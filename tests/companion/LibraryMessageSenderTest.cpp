@@ -18,6 +18,9 @@
 using namespace Norvane::QDXDesktopSDK;
 
 namespace {
+// The channel returns its codes as int.
+constexpr int Code(QdxResultCode code) { return static_cast<int>(code); }
+
 std::string s_lastName, s_lastData;
 char const* s_answer = "{\"_returnCode\": 0}";
 std::vector<char const*> s_freed;
@@ -70,11 +73,11 @@ TEST_F(LibraryMessageSenderTest, FirstMessageLoadsAndInitialisesOnceAndTheSameFo
     EXPECT_EQ(" Initialize()", older.Log());  // when InitializeEx is missing
 }
 
-TEST_F(LibraryMessageSenderTest, FailedLoadsGiveCodeOneAndAreLogged)
+TEST_F(LibraryMessageSenderTest, FailedLoadsReportCompanionNotLoadedAndAreLogged)
 {
     CapturingLogTarget log;
     JsonValue result("untouched");
-    EXPECT_EQ(MessageSender::Result_NotLoaded, m_sender.ProcessMessage("Ping", JsonValue(), result));
+    EXPECT_EQ(Code(QdxResult_CompanionNotLoaded), m_sender.ProcessMessage("Ping", JsonValue(), result));
     EXPECT_STREQ("untouched", QdxString(result).c_str());
     EXPECT_TRUE(log.Contains("Trying to load library QdxSDKCore.so from "));
     EXPECT_FALSE(log.Contains("load QDX SDK library"));
@@ -87,29 +90,30 @@ TEST_F(LibraryMessageSenderTest, FailedLoadsGiveCodeOneAndAreLogged)
     FakeCopy fake(FakeCompanions::kFakeCore_NoProcessMessage, "/tmp/core");
     LibraryMessageSender sender("QdxSDKCore.so", "_QdxSDKCore", nullptr);
     Configure(sender, Path("/tmp/core"));
-    EXPECT_EQ(MessageSender::Result_NotLoaded, Ping(sender));
+    EXPECT_EQ(Code(QdxResult_CompanionNotLoaded), Ping(sender));
     EXPECT_TRUE(log.Contains("Failed to load QDX SDK library from /tmp/core/QdxSDKCore.so.", "ERROR | "));
 }
 
 TEST_F(LibraryMessageSenderTest, DisablingStatuses)
 {
+    std::set<int> const disabling = {QdxResult_CompanionNotLoaded, QdxResult_NoEntryPoint, QdxResult_Disabled};
     for (int status = -1; status <= 13; ++status)
-        EXPECT_EQ(status == 1 || status == 8 || status == 12, LibraryMessageSender::IsDisabled(status)) << status;
-    FakeCopy eight(FakeCompanions::kFakeCore_2_0, "/tmp/eight");
-    eight.SetInitializeStatus(8);  // disabled, yet loaded, and messages still arrive
+        EXPECT_EQ(disabling.count(status) == 1, LibraryMessageSender::IsDisabled(status)) << status;
+    FakeCopy stays(FakeCompanions::kFakeCore_2_0, "/tmp/stays");
+    stays.SetInitializeStatus(QdxResult_NoEntryPoint);  // disabled, yet loaded, and messages still arrive
     LibraryMessageSender sender("QdxSDKCore.so", "_QdxSDKCore", nullptr);
-    Configure(sender, Path("/tmp/eight"));
-    EXPECT_EQ(0, Ping(sender));
+    Configure(sender, Path("/tmp/stays"));
+    EXPECT_EQ(Code(QdxResult_Success), Ping(sender));
     EXPECT_TRUE(sender.IsDisabled());
-    EXPECT_EQ(" InitializeEx() ProcessMessage(Ping) FreeMessage()", eight.Log());
-    FakeCopy twelve(FakeCompanions::kFakeCore_2_0, "/tmp/twelve");
-    twelve.SetInitializeStatus(12);  // unloaded at once; later messages return 12 without a new load
-    Configure(m_sender, Path("/tmp/twelve"));
-    EXPECT_EQ(12, Ping(m_sender));
+    EXPECT_EQ(" InitializeEx() ProcessMessage(Ping) FreeMessage()", stays.Log());
+    FakeCopy unloaded(FakeCompanions::kFakeCore_2_0, "/tmp/unloaded");
+    unloaded.SetInitializeStatus(QdxResult_Disabled);  // unloaded at once; later messages return it without a new load
+    Configure(m_sender, Path("/tmp/unloaded"));
+    EXPECT_EQ(Code(QdxResult_Disabled), Ping(m_sender));
     EXPECT_FALSE(m_sender.IsLoaded());
-    EXPECT_EQ(12, Ping(m_sender));
-    EXPECT_EQ(12, m_sender.Load());
-    EXPECT_EQ(" InitializeEx() Finalize()", twelve.Log());
+    EXPECT_EQ(Code(QdxResult_Disabled), Ping(m_sender));
+    EXPECT_EQ(Code(QdxResult_Disabled), m_sender.Load());
+    EXPECT_EQ(" InitializeEx() Finalize()", unloaded.Log());
 }
 
 TEST_F(LibraryMessageSenderTest, HostSuppliedHandleIsNeverInitialisedFinalisedOrClosed)
@@ -160,9 +164,9 @@ TEST(MessageSenderTest, AnswersBecomeResultsAndCodesAndGoBackThroughFreeMessage)
     } const cases[] = {
         {"{\"_returnCode\": 7, \"value\": \"x\"}", 7, "{\n    \"_returnCode\": 7,\n    \"value\": \"x\"\n}"},
         {"{\"_returnCode\":0}", 0, "{\n    \"_returnCode\": 0\n}"},
-        {"{}", MessageSender::Result_NoReturnCode, "{}"},
-        {nullptr, MessageSender::Result_NoReturnCode, "<null>"},
-        {"{\"_returnCode\": 3", MessageSender::Result_NoReturnCode, "null"},
+        {"{}", Code(QdxResult_NoReturnCode), "{}"},
+        {nullptr, Code(QdxResult_NoReturnCode), "<null>"},
+        {"{\"_returnCode\": 3", Code(QdxResult_NoReturnCode), "null"},
     };
     MessageSender const sender(&Process, &Free);
     std::vector<char const*> answers;
@@ -185,7 +189,7 @@ TEST(MessageSenderTest, WithoutProcessMessageNothingIsSent)
     MessageSender const sender(nullptr, &Free);
     EXPECT_FALSE(sender.IsValid());
     JsonValue result("untouched");
-    EXPECT_EQ(MessageSender::Result_NoEntryPoint, sender.SendMessage("Ping", JsonValue(), result));
+    EXPECT_EQ(Code(QdxResult_NoEntryPoint), sender.SendMessage("Ping", JsonValue(), result));
     EXPECT_STREQ("\"untouched\"", result.GetJsonString().c_str());
     EXPECT_TRUE(s_freed.empty());
 }

@@ -1,4 +1,5 @@
 #include "FacetCore.h"
+#include "FacetNames.h"
 #include "facets/TFunction.h"
 #include <gtest/gtest.h>
 #include <array>
@@ -18,8 +19,6 @@ static_assert(sizeof(Core) == 40, "exported facet container layout changed");
 
 namespace {
 JsonValue const* const kNull = &JsonValue::sNullValue;
-char const* const kFacetNames[] = {"product",   "geo",         "content", "http", "browser",
-                                   "operation", "entitlement", "device",  "user", "component"};
 JsonValue J(char const* text)
 {
     JsonValue value;

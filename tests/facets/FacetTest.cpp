@@ -1,6 +1,8 @@
 #include "Facet.h"
+#include "FacetNames.h"
 #include "support/StdProcessTime.h"
 #include <gtest/gtest.h>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <typeinfo>
@@ -31,17 +33,16 @@ TEST(FacetTest, FactoriesMakeEmptyFacetsOfTheirClassThatAllocateOnFirstWrite)
     Facet::Base* (*const factories[])(int const&, void*) = {
         Facet::New_Product,   Facet::New_Geo,         Facet::New_Content, Facet::New_Http, Facet::New_Browser,
         Facet::New_Operation, Facet::New_Entitlement, Facet::New_Device,  Facet::New_User, Facet::New_Component};
-    char const* const names[] = {"product",   "geo",         "content", "http", "browser",
-                                 "operation", "entitlement", "device",  "user", "component"};
-    for (int index = 0; index < 10; ++index) {
+    static_assert(std::size(factories) == std::size(kFacetNames));
+    for (std::size_t index = 0; index < std::size(kFacetNames); ++index) {
         std::unique_ptr<Facet::Base> facet(factories[index](7, nullptr));
-        EXPECT_STREQ(names[index], facet->GetFacetName());
-        EXPECT_EQ(kNull, &std::as_const(*facet).Data()) << names[index];
-        EXPECT_EQ(nullptr, facet->Build(JsonValue()).GetJsonString().c_str()) << names[index];
+        EXPECT_STREQ(kFacetNames[index], facet->GetFacetName());
+        EXPECT_EQ(kNull, &std::as_const(*facet).Data()) << kFacetNames[index];
+        EXPECT_EQ(nullptr, facet->Build(JsonValue()).GetJsonString().c_str()) << kFacetNames[index];
         JsonValue& data = facet->Data();
-        EXPECT_EQ(&data, &facet->Data()) << names[index];
+        EXPECT_EQ(&data, &facet->Data()) << kFacetNames[index];
         std::unique_ptr<Facet::Base> clone(facet->Clone());
-        EXPECT_EQ(typeid(*facet), typeid(*clone)) << names[index];
+        EXPECT_EQ(typeid(*facet), typeid(*clone)) << kFacetNames[index];
     }
 }
 TEST(FacetTest, SetJsonValueBorrowsOrCopiesAndCopiesOfBorrowersOwnTheirValue)

@@ -95,7 +95,8 @@ FAKE_EXPORT void FAKE_ENTRY(FreeMessage)(char const* answer)
 
 // Control functions, called before the companion is in use.
 FAKE_EXPORT void FakeSetInitializeStatus(int status) { s_initializeStatus = status; }
-FAKE_EXPORT void FakeSetEcho(int echo) { s_echo = echo != 0; }  // answer the argument text received
+// Answer with the argument text received.
+FAKE_EXPORT void FakeSetEcho(int echo) { s_echo = echo != 0; }
 FAKE_EXPORT void FakeSetRecording(int recording) { s_recording = recording != 0; }
 
 /// The text that every following message is answered with; null for a null answer.

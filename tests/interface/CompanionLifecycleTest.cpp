@@ -42,14 +42,14 @@ TEST_F(InterfaceTest, FlushEventLoadsNoCompanionAndGoesToTheCoreOnceOneIsLoaded)
     EXPECT_STREQ("5.5.34.5", QdxString(args["_sdk_api_version"]).c_str());  // sent as the caller's object
 }
 
-TEST_F(InterfaceTest, ACompanionStartedWithStatusOneServesUntilItIsUnloaded)
+TEST_F(InterfaceTest, ACompanionStartedAsNotLoadedServesUntilItIsUnloaded)
 {
     CopyFakes();
-    fake(Core).SetInitializeStatus(1);
-    EXPECT_EQ(0u, HeartBeat("s1", HeartBeatType_Machine));
+    fake(Core).SetInitializeStatus(QdxResult_CompanionNotLoaded);
+    EXPECT_EQ(QdxResult_Success, HeartBeat("s1", HeartBeatType_Machine));
     EXPECT_FALSE(IsQDXDisabled());
     OnShutdown();
-    EXPECT_EQ(1u, HeartBeat("s1", HeartBeatType_Machine));
+    EXPECT_EQ(QdxResult_CompanionNotLoaded, HeartBeat("s1", HeartBeatType_Machine));
     EXPECT_TRUE(IsQDXDisabled());
     EXPECT_EQ(" InitializeEx() ProcessMessage(HeartBeat) FreeMessage() ProcessMessage(IsQDXDisabled) FreeMessage()"
               " Finalize()",

@@ -66,8 +66,8 @@ std::vector<Call> EventCalls()
          {{Core, "HeartBeat", Stamped(R"("session_id": "s1", "_type": "machine")")}}},
         {CALL(HeartBeat("s1", HeartBeatType_User)),
          {{Core, "HeartBeat", Stamped(R"("session_id": "s1", "_type": "user")")}}},
-        {CALL(HeartBeat("s1", static_cast<HeartBeatType>(2))), {}, "3"},
-        {CALL(HeartBeat("s1", static_cast<HeartBeatType>(-1))), {}, "3"},
+        {CALL(HeartBeat("s1", static_cast<HeartBeatType>(2))), {}, "InvalidArgument"},
+        {CALL(HeartBeat("s1", static_cast<HeartBeatType>(-1))), {}, "InvalidArgument"},
         {CALL(OnCrash("s1", 4294967295u, -100, 9000000000LL, "g1")),
          {{Core, "OnCrash", Stamped(R"("session_id": "s1", "_crashCount": "4294967295", "_uptime": "-100",
                                        "_calUptime": "9000000000", "_userGUID": "g1")")}}},
@@ -76,8 +76,8 @@ std::vector<Call> EventCalls()
         {CALL(UpdateLiFlow(LiFlowType_FlowEnd, nullptr)), {{Core, "UpdateLiFlow", Stamped(R"("_type": "flow_end")")}}},
         {CALL(UpdateLiFlow(LiFlowType_NotRequired, nullptr)),
          {{Core, "UpdateLiFlow", Stamped(R"("_type": "not_required")")}}},
-        {CALL(UpdateLiFlow(static_cast<LiFlowType>(3), nullptr)), {}, "3"},
-        {CALL(UpdateLiFlow(static_cast<LiFlowType>(-1), nullptr)), {}, "3"},
+        {CALL(UpdateLiFlow(static_cast<LiFlowType>(3), nullptr)), {}, "InvalidArgument"},
+        {CALL(UpdateLiFlow(static_cast<LiFlowType>(-1), nullptr)), {}, "InvalidArgument"},
         {CALL(UpdateLiData(LiUpdateType_AuthCall, nullptr)),
          {{Core, "UpdateLiData", Stamped(R"("_type": "auth_call")")}}},
         {CALL(UpdateLiData(LiUpdateType_ModalStart, nullptr)),
@@ -85,7 +85,7 @@ std::vector<Call> EventCalls()
         {CALL(UpdateLiData(LiUpdateType_ModalEnd, nullptr)),
          {{Core, "UpdateLiData", Stamped(R"("_type": "modal_end")")}}},
         {CALL(UpdateLiData(LiUpdateType_Data, nullptr)), {{Core, "UpdateLiData", Stamped(R"("_type": "data")")}}},
-        {CALL(UpdateLiData(static_cast<LiUpdateType>(4), nullptr)), {}, "3"},
+        {CALL(UpdateLiData(static_cast<LiUpdateType>(4), nullptr)), {}, "InvalidArgument"},
         {CALL(SetCloseTimeoutOnProductClose(1LL << 40)),
          {{Core, "SetCloseTimeoutOnProductClose", Stamped(R"("CloseTimeoutOnProductClose": 1099511627776)")}}},
         {CALL(IsCollectionEnabled("s1", "f", "on", Address(Json(R"({"x": 1, "f": "off"})")))),
@@ -158,9 +158,9 @@ std::vector<Call> RoutingCalls()
         {ROUTE("QdxSDKCore.InternalMessageEnableGlint"), {{Core, "InternalMessageEnableGlint", sent}}, "7 <null>"},
         {ROUTE("QdxSDKUI.Show.Now"), {{Dialogs, "Show.Now", sent}}, "7 <null>"},
         {ROUTE("GlintCore."), {{Glint, "", sent}}, "7 <null>"},
-        {ROUTE(".Ping"), {}, "2 kept"},
-        {ROUTE("Unknown.Ping"), {}, "2 kept"},
-        {ROUTE("qdxsdkcore.Ping"), {}, "2 kept"},
+        {ROUTE(".Ping"), {}, "NoReturnCode kept"},
+        {ROUTE("Unknown.Ping"), {}, "NoReturnCode kept"},
+        {ROUTE("qdxsdkcore.Ping"), {}, "NoReturnCode kept"},
         {WITH(JsonValue args, InternalProcessMessage("Ping", args), args["deviceID"]), {{Core, "Ping", ""}}, "7 dev-1"},
         // Only objects with members carry the interface version.
         {WITH(JsonValue args = Json("[1, 2]"), InternalProcessMessage("Ping", args), args["deviceID"]),
@@ -220,7 +220,7 @@ std::vector<Call> FacetCalls()
         {CALL(TrackEvent("s1", EventFacets(), Address(JsonValue()))), {{Core, "TrackEvent", Stamped(event)}}},
         {CALL(TrackEvent("s1", Facet::Core(), nullptr)),
          {{Core, "TrackEvent", Stamped(R"("facets": null, "session_id": "s1")")}}},
-        {CALL(TrackEvent("s1", NothingToReport(), nullptr)), {}, "3"},
+        {CALL(TrackEvent("s1", NothingToReport(), nullptr)), {}, "InvalidArgument"},
         {CALL(SetUserInformation(UserFacet())), {{Core, "SetUserInformation", Stamped(R"("user_id": "u1")")}}},
         {CALL(SetGroupInformation("s1", UserFacet())),
          {{Core, "SetGroupInformation", Stamped(R"("user_id": "u1", "session_id": "s1")")}}},
@@ -256,7 +256,7 @@ protected:
             if (call.sent.empty()) {
                 EXPECT_EQ(call.outcome, outcome);
             } else if (call.outcome.substr(0, call.outcome.find(' ')) == "7") {  // returns its code
-                EXPECT_EQ(std::to_string(code), outcome.substr(0, outcome.find(' ')));
+                EXPECT_EQ(Outcome(code), outcome.substr(0, outcome.find(' ')));
             }
             EXPECT_TRUE(TakeMessages().empty());
         }
@@ -286,7 +286,7 @@ TEST_F(ExportedCallsTest, CallsThatSendAFacetsBody)
 TEST_F(ExportedCallsTest, InitializeTakesTheSessionIdOnlyOnSuccess)
 {
     CopyFakes();
-    for (auto const& [answer, outcome] : {std::pair{R"({"_returnCode": 0, "session_id": "new"})", "0 new"},
+    for (auto const& [answer, outcome] : {std::pair{R"({"_returnCode": 0, "session_id": "new"})", "Success new"},
                                           std::pair{R"({"_returnCode": 4, "session_id": "new"})", "4 old"}}) {
         fake(Core).SetAnswer(answer);
         QdxString id("old");
@@ -336,10 +336,10 @@ TEST_F(ExportedCallsTest, TheAnswerDecidesTheResult)
         char const* answer;
         char const* outcome;  // GetDeviceID's code and output, SetHostProduct, IsQDXDisabled
     } const cases[] = {
-        {R"({"_returnCode": 0, "deviceID": "d"})", "0 d true false"},
+        {R"({"_returnCode": 0, "deviceID": "d"})", "Success d true false"},
         {R"({"_returnCode": 7})", "7 <null> false false"},
-        {R"({"_returnCode": 12})", "12 <null> false true"},
-        {R"({"deviceID": "d"})", "2 d false false"},  // the output is copied whatever the code
+        {R"({"_returnCode": 12})", "Disabled <null> false true"},
+        {R"({"deviceID": "d"})", "NoReturnCode d false false"},  // the output is copied whatever the code
     };
     CopyFakes();
     for (Case const& test : cases) {

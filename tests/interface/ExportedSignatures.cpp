@@ -1,7 +1,12 @@
 // Every exported function of the interface, taken by address with its exact
 // signature, and every exported constructor and destructor, used: a changed
-// signature fails to compile and a lost export fails to link.
+// signature fails to compile and a lost export fails to link. The values of
+// the result codes are pinned beside them.
 #include "QdxDesktopSDK.h"
+// Exported too, though no installed header declares them.
+#include "values/JsonValueConversion.h"
+#include "values/JsonValueImpl.h"
+#include "values/QdxStringImpl.h"
 
 #include <set>
 #include <string>
@@ -12,6 +17,11 @@ namespace UI = Norvane::QDXDesktopSDKUI;
 namespace Glint = Norvane::QDXGlint;
 
 namespace {
+
+// Applications built earlier compare the results with these numbers.
+static_assert(QdxResult_Success == 0 && QdxResult_CompanionNotLoaded == 1 && QdxResult_NoReturnCode == 2 &&
+                  QdxResult_InvalidArgument == 3 && QdxResult_NoEntryPoint == 8 && QdxResult_Disabled == 12,
+              "the result codes are part of the interface");
 
 // Stored where the optimiser must keep it, so that the program refers to the symbol.
 template <typename Pointer> void Keep(Pointer pointer)
@@ -64,6 +74,8 @@ void FreeFunctions()
     FREE(InternalProcessMessage, unsigned int (*)(QdxString const&, JsonValue&));
     FREE(SetTestingFlags, unsigned int (*)(QdxString const&, JsonValue const&));
     FREE(SetTestingCallback, unsigned int (*)(QdxString const&, int (*)(JsonValue const&, void*, JsonValue&), void*));
+    FREE(GetLibraryMessageSender, LibraryMessageSenderQDXSDKWrapper * (*)());
+    FREE(GetUILibraryMessageSender, LibraryMessageSenderQDXSDKWrapper * (*)());
     FREE(SetLibraryPath, void (*)(QdxString const&));
     FREE(OnShutdown, void (*)());
 

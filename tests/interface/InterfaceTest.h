@@ -76,8 +76,21 @@ inline std::string PointerText(void const* pointer)
     return text.str();
 }
 
-/// What a call returned, with the output it filled in when it has one.
-inline std::string Outcome(unsigned int code) { return std::to_string(code); }
+/// What a call returned, with the output it filled in when it has one. A code
+/// of the library's own is written as its name in QdxResult.h, a companion's
+/// own code as its number.
+inline std::string Outcome(unsigned int code)
+{
+    switch (code) {
+    case QdxResult_Success: return "Success";
+    case QdxResult_CompanionNotLoaded: return "CompanionNotLoaded";
+    case QdxResult_NoReturnCode: return "NoReturnCode";
+    case QdxResult_InvalidArgument: return "InvalidArgument";
+    case QdxResult_NoEntryPoint: return "NoEntryPoint";
+    case QdxResult_Disabled: return "Disabled";
+    default: return std::to_string(code);
+    }
+}
 inline std::string Outcome(unsigned int code, QdxString const& output)
 {
     return Outcome(code) + " " + (output.c_str() != nullptr ? output.c_str() : "<null>");

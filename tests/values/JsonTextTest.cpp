@@ -1,7 +1,7 @@
 #include "JsonValue.h"
-#include "JsonValueConversion.h"
 #include "QdxString.h"
 #include "values/JsonValueAccess.h"
+#include "values/JsonValueConversion.h"
 #include "values/RapidJson.h"
 #include <gtest/gtest.h>
 #include <limits>

@@ -1,5 +1,5 @@
 #include "QdxString.h"
-#include "QdxStringImpl.h"
+#include "values/QdxStringImpl.h"
 #include <gtest/gtest.h>
 #include <limits>
 #include <locale>

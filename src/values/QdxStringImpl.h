@@ -1,3 +1,6 @@
+// Exported with the interface (applications built against earlier headers may
+// use this class) but declared only here, outside the installed headers, which
+// show the QdxString handle alone.
 #ifndef QDX_STRING_IMPL_H
 #define QDX_STRING_IMPL_H
 
@@ -10,7 +13,7 @@ namespace Norvane {
 namespace QDXDesktopSDK {
 
 /// The implementation behind a non-null QdxString: the UTF-8 text and a wide
-/// copy made on first request. Applications normally use QdxString instead.
+/// copy made on first request.
 class QDX_EXPORT QdxStringImpl {
 public:
     /// Holds `text` ("" for nullptr).

@@ -1,3 +1,6 @@
+// Exported with the interface (applications built against earlier headers may
+// use this class) but declared only here, outside the installed headers, which
+// show the JsonValue handle alone.
 #ifndef QDX_JSON_VALUE_IMPL_H
 #define QDX_JSON_VALUE_IMPL_H
 
@@ -13,8 +16,8 @@
 namespace Norvane {
 namespace QDXDesktopSDK {
 
-/// The tree node behind a non-null JsonValue. Applications normally use
-/// JsonValue, which adds the null-handle checks on top of these operations.
+/// The tree node behind a non-null JsonValue, which adds the null-handle
+/// checks on top of these operations.
 class QDX_EXPORT JsonValueImpl {
 public:
     /// Type codes of m_type.

@@ -1,9 +1,12 @@
+// Exported with the interface (applications built against earlier headers may
+// call these functions) but declared only here, outside the installed headers,
+// which show the JsonValue handle alone.
 #ifndef QDX_JSON_VALUE_CONVERSION_H
 #define QDX_JSON_VALUE_CONVERSION_H
 
 #include "JsonValue.h"
-#include "JsonValueImpl.h"
 #include "QdxExport.h"
+#include "values/JsonValueImpl.h"
 
 #include <string>
 
