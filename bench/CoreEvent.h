@@ -8,6 +8,8 @@
 #include "Facet.h"
 #include "FacetCore.h"
 
+#include <initializer_list>
+
 namespace QdxBench {
 
 inline void FillCoreEvent(Norvane::QDXDesktopSDK::Facet::Core& core)
