@@ -17,7 +17,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr auto kIdleTick = std::chrono::seconds(1);  // housekeeping runs at least this often
-constexpr int kAttemptsPerGroup = 3;                  // then a group that cannot be written is dropped
+constexpr int kAttemptsPerGroup = 3;                 // then a group that cannot be written is dropped
 constexpr auto kRetryPause = std::chrono::milliseconds(200);
 
 long long NowMs()
@@ -111,14 +111,17 @@ void Writer::Run()
             durabilityMs = m_options.durabilityMs;
         }
         // Half the window for grouping leaves the other half for the commit.
-        unsigned long long const ticket = m_queue.Take(items, Clock::now() + kIdleTick,
-                                                       std::chrono::milliseconds(durabilityMs / 2),
-                                                       m_options.groupBytes);
-        bool const stopping = m_queue.StopRequested();
+        unsigned long long const ticket = m_queue.Take(
+            items, Clock::now() + kIdleTick, std::chrono::milliseconds(durabilityMs / 2), m_options.groupBytes);
+        bool stopping = m_queue.StopRequested();
         if (!items.empty()) {
-            if (WriteGroup(items)) {
+            bool const written = WriteGroup(items);
+            // The stop may have come while the group waited for the database
+            // lock: its items are spilled then, not dropped.
+            stopping = stopping || m_queue.StopRequested();
+            if (written) {
                 m_queue.MarkDone(ticket);
-            } else if (stopping || Stopping() || ++m_failedAttempts >= kAttemptsPerGroup) {
+            } else if (stopping || ++m_failedAttempts >= kAttemptsPerGroup) {
                 if (stopping && SpillFile::Write(m_options.folder, items)) {
                     CoreLog("kept %zu unwritten items in a spill file", items.size());
                 } else {
@@ -181,7 +184,7 @@ void Writer::OpenStore()
     std::lock_guard<std::mutex> const lock(m_statusMutex);
     m_opened = true;
     m_status.storageReady = m_store != nullptr;
-    m_status.lastError = m_store != nullptr ? std::string()
+    m_status.lastError = m_store != nullptr   ? std::string()
                          : report.newerSchema ? "the database has a newer schema; left untouched"
                                               : report.error;
     m_statusChanged.notify_all();
