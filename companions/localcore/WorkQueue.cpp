@@ -68,6 +68,18 @@ unsigned long long WorkQueue::Take(std::vector<WorkItem>& items, Clock::time_poi
 void WorkQueue::PutBack(std::vector<WorkItem>&& items)
 {
     std::lock_guard<std::mutex> const lock(m_mutex);
+    InsertFront(std::move(items));
+}
+
+void WorkQueue::Import(std::vector<WorkItem>&& items)
+{
+    std::lock_guard<std::mutex> const lock(m_mutex);
+    InsertFront(std::move(items));
+    ++m_lastTicket;
+}
+
+void WorkQueue::InsertFront(std::vector<WorkItem>&& items)
+{
     for (WorkItem const& item : items)
         m_bytes += item.Bytes();
     m_items.insert(m_items.begin(), std::make_move_iterator(items.begin()), std::make_move_iterator(items.end()));

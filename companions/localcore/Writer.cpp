@@ -173,7 +173,7 @@ void Writer::OpenStore()
         SpillFile::ReadAll(m_options.folder, spilled, m_spillFiles);
         if (!spilled.empty()) {
             CoreLog("importing %zu items from spill files", spilled.size());
-            m_queue.PutBack(std::move(spilled));
+            m_queue.Import(std::move(spilled));
         }
     } else if (report.newerSchema) {
         CoreLog("the database %s has a newer schema: running without storage", m_status.database.c_str());
