@@ -197,9 +197,13 @@ bool Writer::WriteGroup(std::vector<WorkItem>& items)
         items.clear();
         return true;
     }
-    std::map<std::string, long long> drops = m_drops.TakeDeltas();
     m_observed.clear();
     bool written = m_store->Begin();
+    // Taken once the lock is had: while the group waits for another
+    // connection, "GetStoreStatus" still finds them among the pending drops.
+    std::map<std::string, long long> drops;
+    if (written)
+        drops = m_drops.TakeDeltas();
     for (std::size_t i = 0; written && i < items.size(); ++i)
         written = Apply(items[i]);
     StoreLimits limits;
