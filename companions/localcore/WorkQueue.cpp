@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 
 namespace Norvane {
 namespace LocalCore {
@@ -149,6 +150,12 @@ void WorkQueue::ForgetAfterFork()
     // Only this thread exists in the child; the mutex was released by the
     // fork handlers, so taking it is safe.
     std::lock_guard<std::mutex> const lock(m_mutex);
+    // The parent's writer and flushing threads may have been waiting on
+    // these: their copies count waiters that do not exist here, and would
+    // block their destruction for ever. Fresh ones replace them, the old
+    // ones are left undestroyed on purpose.
+    new (&m_work) std::condition_variable();
+    new (&m_done) std::condition_variable();
     m_items.clear();
     m_bytes = 0;
     m_doneTicket = m_lastTicket;
