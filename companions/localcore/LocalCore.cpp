@@ -166,6 +166,8 @@ Writer& LocalCore::CurrentWriter()
         options.limits.maxAgeMs = m_config.maxAgeDays * 24 * 3600 * 1000;
         options.durabilityMs = m_config.durabilityMs;
         options.groupBytes = std::min<std::size_t>(options.groupBytes, m_config.queueBytes / 4);
+        options.keepInheritedSettings = m_forkedChild;
+        m_forkedChild = false;
         m_writer = std::make_unique<Writer>(options, m_queue, m_settings, m_drops);
         m_writer->SetRecordObserver([this](StoredRecordView const& record) { ShowToTestingCallback(record); });
         m_writer->SetHousekeeping([this] { Housekeeping(); });
@@ -207,7 +209,7 @@ void LocalCore::Housekeeping()
         return;
     nextCheck = now + kReloadCheckEvery;
     std::string const request = m_sdkFolder + "/JSON/InternalMessage.json.user";
-    struct stat status{};
+    struct stat status {};
     if (stat(request.c_str(), &status) != 0)
         return;
     JsonDocument message;
@@ -275,6 +277,7 @@ void LocalCore::ChildAfterFork()
 void LocalCore::ForgetWriterAfterFork()
 {
     std::lock_guard<std::mutex> const lock(m_writerMutex);
+    m_forkedChild = m_writer != nullptr && m_settingsRead.load();
     m_liveWriter.store(nullptr);
     static_cast<void>(m_writer.release());
     m_queue.ForgetAfterFork();

@@ -167,7 +167,9 @@ void Writer::OpenStore()
     if (!report.movedAsideTo.empty())
         CoreLog("the database was corrupt: kept as %s, a fresh one made", report.movedAsideTo.c_str());
     if (m_store != nullptr) {
-        m_settings.Replace(m_store->Settings());
+        if (!m_options.keepInheritedSettings)
+            m_settings.Replace(m_store->Settings());
+        m_options.keepInheritedSettings = false;
         m_dataVersion = m_store->DataVersion();
         std::vector<WorkItem> spilled;
         SpillFile::ReadAll(m_options.folder, spilled, m_spillFiles);

@@ -24,10 +24,10 @@ class DropCounters;
 struct WriterStatus {
     bool started = false;
     bool storageReady = false;
-    std::string database;        ///< the database file
-    std::string lastError;       ///< "" when none
-    long long recordsStored = 0; ///< by this process
-    StoreFigures figures;        ///< as of the last ReadFigures item
+    std::string database;                       ///< the database file
+    std::string lastError;                      ///< "" when none
+    long long recordsStored = 0;                ///< by this process
+    StoreFigures figures;                       ///< as of the last ReadFigures item
     std::map<std::string, long long> counters;  ///< the shared counters, as of the last ReadFigures item
 };
 
@@ -47,10 +47,15 @@ struct StoredRecordView {
 class Writer {
 public:
     struct Options {
-        std::string folder;              ///< where "usage.db" lives
+        std::string folder;  ///< where "usage.db" lives
         StoreLimits limits;
-        long long durabilityMs = 1000;   ///< a record answered with success is on disk within this
+        long long durabilityMs = 1000;     ///< a record answered with success is on disk within this
         std::size_t groupBytes = 1 << 20;  ///< a group this large is written at once
+        /// In a child after fork(): the settings it inherited hold changes
+        /// that its parent has yet to write, so the database's do not
+        /// replace them when it is first opened (later changes by other
+        /// processes still do).
+        bool keepInheritedSettings = false;
     };
     using RecordObserver = std::function<void(StoredRecordView const&)>;
     /// Runs on the writer's thread between groups: reload requests and the like.
@@ -97,8 +102,8 @@ private:
     WorkQueue& m_queue;
     CoreSettings& m_settings;
     DropCounters& m_drops;
-    RecordObserver m_observer;     // set before Start
-    Housekeeping m_housekeeping;   // set before Start
+    RecordObserver m_observer;    // set before Start
+    Housekeeping m_housekeeping;  // set before Start
 
     std::thread m_thread;
     std::unique_ptr<Store> m_store;  // the writer thread's alone
@@ -106,20 +111,20 @@ private:
         long long seq, timeMs;
         std::string sessionId, name, args;
     };
-    std::vector<Observed> m_observed;  // the writer thread's alone: stored, not yet shown to the observer
-    long long m_dataVersion = -1;    // the writer thread's alone
-    int m_failedAttempts = 0;        // the writer thread's alone
-    bool m_figuresWanted = false;    // the writer thread's alone
-    bool m_reopen = false;           // the writer thread's alone: the database must be opened anew
+    std::vector<Observed> m_observed;       // the writer thread's alone: stored, not yet shown to the observer
+    long long m_dataVersion = -1;           // the writer thread's alone
+    int m_failedAttempts = 0;               // the writer thread's alone
+    bool m_figuresWanted = false;           // the writer thread's alone
+    bool m_reopen = false;                  // the writer thread's alone: the database must be opened anew
     std::vector<std::string> m_spillFiles;  // the writer thread's alone: imported, not yet committed
 
     std::atomic<bool> m_stopDeadlinePassed{false};  // the busy handler gives up
     std::atomic<bool> m_noStorage{false};
     mutable std::mutex m_statusMutex;
     std::condition_variable m_statusChanged;
-    bool m_opened = false;           // guarded by m_statusMutex
-    bool m_finished = false;         // guarded by m_statusMutex
-    WriterStatus m_status;           // guarded by m_statusMutex
+    bool m_opened = false;    // guarded by m_statusMutex
+    bool m_finished = false;  // guarded by m_statusMutex
+    WriterStatus m_status;    // guarded by m_statusMutex
 };
 
 }  // namespace LocalCore
