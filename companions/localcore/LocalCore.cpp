@@ -32,6 +32,7 @@ constexpr auto kReloadCheckEvery = std::chrono::seconds(1);
 std::mutex& s_coreMutex = *new std::mutex;
 std::atomic<LocalCore*> s_core{nullptr};
 std::once_flag s_forkHandlers;
+Writer* s_forkedWriter = nullptr;  // guarded by s_coreMutex: the writer held still during a fork
 
 // Keeps this library mapped for the rest of the process: a writer thread
 // that could not be stopped in time still runs its code.
@@ -245,6 +246,15 @@ void LocalCore::PrepareFork()
     s_coreMutex.lock();
     if (LocalCore* const core = s_core.load()) {
         core->m_writerMutex.lock();
+        // The writer's own lock comes first: its thread takes the others
+        // while it holds it. The writer stays, since s_coreMutex keeps the
+        // core from being finished meanwhile.
+        s_forkedWriter = core->m_writer.get();
+        if (s_forkedWriter != nullptr) {
+            core->m_writerMutex.unlock();
+            s_forkedWriter->LockForFork();
+            core->m_writerMutex.lock();
+        }
         core->m_queue.LockForFork();
         core->m_settings.LockForFork();
         core->m_sessions.LockForFork();
@@ -260,20 +270,29 @@ void LocalCore::ParentAfterFork()
         core->m_settings.UnlockAfterFork();
         core->m_queue.UnlockAfterFork();
         core->m_writerMutex.unlock();
+        if (s_forkedWriter != nullptr)
+            s_forkedWriter->UnlockAfterFork();
     }
+    s_forkedWriter = nullptr;
     s_coreMutex.unlock();
 }
 
 void LocalCore::ChildAfterFork()
 {
+    Writer* const parentsWriter = s_forkedWriter;
+    s_forkedWriter = nullptr;
+    if (parentsWriter != nullptr)
+        parentsWriter->CloseAfterFork();
     ParentAfterFork();
     if (LocalCore* const core = s_core.load())
         core->ForgetWriterAfterFork();
 }
 
-// The parent's writer thread does not exist here and its database connection
-// must not be used or closed by the child: both are left alone, and the
-// child makes a writer of its own when it needs one.
+// The parent's writer thread does not exist here. Its database connection,
+// closed by ChildAfterFork (SQLite keeps its knowledge of a file's locks per
+// process, and the copy would make a connection of the child's own skip the
+// locks it needs), and its queue are the parent's: the child makes a writer
+// of its own when it needs one.
 void LocalCore::ForgetWriterAfterFork()
 {
     std::lock_guard<std::mutex> const lock(m_writerMutex);

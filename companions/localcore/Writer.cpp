@@ -94,6 +94,12 @@ bool Writer::Stop(long long timeoutMs)
     return true;
 }
 
+void Writer::CloseAfterFork()
+{
+    m_store.reset();
+    m_databaseMutex.unlock();
+}
+
 WriterStatus Writer::Status() const
 {
     std::lock_guard<std::mutex> const lock(m_statusMutex);
@@ -102,6 +108,7 @@ WriterStatus Writer::Status() const
 
 void Writer::Run()
 {
+    std::unique_lock<std::mutex> database(m_databaseMutex);
     OpenStore();
     std::vector<WorkItem> items;
     for (;;) {
@@ -111,8 +118,10 @@ void Writer::Run()
             durabilityMs = m_options.durabilityMs;
         }
         // Half the window for grouping leaves the other half for the commit.
+        database.unlock();
         unsigned long long const ticket = m_queue.Take(
             items, Clock::now() + kIdleTick, std::chrono::milliseconds(durabilityMs / 2), m_options.groupBytes);
+        database.lock();
         bool stopping = m_queue.StopRequested();
         if (!items.empty()) {
             bool const written = WriteGroup(items);
@@ -131,7 +140,9 @@ void Writer::Run()
                 m_queue.MarkDone(ticket);
             } else {
                 m_queue.PutBack(std::move(items));
+                database.unlock();
                 std::this_thread::sleep_for(kRetryPause);
+                database.lock();
                 continue;
             }
         }
@@ -146,6 +157,7 @@ void Writer::Run()
         }
     }
     m_store.reset();
+    database.unlock();
     std::lock_guard<std::mutex> const lock(m_statusMutex);
     m_finished = true;
     m_statusChanged.notify_all();

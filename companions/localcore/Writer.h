@@ -84,6 +84,17 @@ public:
     /// left running, detached, and its code must stay mapped.
     bool Stop(long long timeoutMs);
 
+    /// fork() support. The writer thread holds a lock while it uses the
+    /// database and lets go of it only while it waits for work, so a fork
+    /// that takes it first never copies the connection in the middle of a
+    /// call or a transaction; it waits for the current group at most.
+    void LockForFork() { m_databaseMutex.lock(); }
+    void UnlockAfterFork() { m_databaseMutex.unlock(); }
+    /// In the child: closes the connection copied from the parent, whose
+    /// locks the child does not hold and which would mislead a connection of
+    /// the child's own to the same file, and lets go of the lock.
+    void CloseAfterFork();
+
     WriterStatus Status() const;
     /// Known once the database was opened: records would be dropped.
     bool StorageUnavailable() const { return m_noStorage.load(std::memory_order_relaxed); }
@@ -106,6 +117,7 @@ private:
     Housekeeping m_housekeeping;  // set before Start
 
     std::thread m_thread;
+    std::mutex m_databaseMutex;      // held by the writer thread while it uses m_store
     std::unique_ptr<Store> m_store;  // the writer thread's alone
     struct Observed {
         long long seq, timeMs;
