@@ -7,6 +7,7 @@
 #include "CoreLog.h"
 #include "JsonValue.h"
 #include "Messages.h"
+#include "NeverDestroyed.h"
 #include "QdxString.h"
 #include "store/RecordJson.h"
 
@@ -29,7 +30,8 @@ constexpr long long kDefaultCloseTimeoutMs = 2000;
 constexpr auto kReloadCheckEvery = std::chrono::seconds(1);
 
 // Never destroyed: the entry points may run while the process exits.
-std::mutex& s_coreMutex = *new std::mutex;
+NeverDestroyed<std::mutex> s_coreMutexStorage;
+std::mutex& s_coreMutex = s_coreMutexStorage.Get();
 std::atomic<LocalCore*> s_core{nullptr};
 std::once_flag s_forkHandlers;
 Writer* s_forkedWriter = nullptr;  // guarded by s_coreMutex: the writer held still during a fork
