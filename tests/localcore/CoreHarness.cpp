@@ -10,12 +10,6 @@
 #include <fstream>
 #include <sstream>
 
-#if defined(__SANITIZE_THREAD__)
-// The fork tests make a child of a process with a writer thread, and the
-// child starts a writer of its own, as hosts do; the sanitizer would end it.
-extern "C" char const* __tsan_default_options() { return "die_after_fork=0"; }
-#endif
-
 namespace CoreTesting {
 
 namespace {

@@ -64,9 +64,12 @@ TEST(CoreLoading, LoadingAndUnloadingAHundredTimesLeavesNoThreadsOrFiles)
         ASSERT_EQ(core.Send("FlushEvent", "{}").code, 0);
         core.Unload();
     };
+    // Counted after a first round: a sanitizer's runtime starts a helper
+    // thread of its own with the first thread the core starts.
+    ASSERT_NO_FATAL_FAILURE(useOnce());
     std::size_t const threads = EntriesIn("/proc/self/task");
     std::size_t const files = EntriesIn("/proc/self/fd");
-    for (int round = 0; round < 100; ++round)
+    for (int round = 1; round < 100; ++round)
         ASSERT_NO_FATAL_FAILURE(useOnce()) << "round " << round;
     EXPECT_EQ(EntriesIn("/proc/self/task"), threads);
     EXPECT_EQ(EntriesIn("/proc/self/fd"), files);
