@@ -1,19 +1,9 @@
-// The JSON parser, in a namespace of the core's own so that it never meets
-// the copy inside the library or a host's, with assertions that cannot abort
-// the host: every caller checks results instead.
+// The core's helpers around the JSON parser (which LocalCoreJson.h puts in a
+// namespace of the core's own).
 #ifndef QDX_LOCALCORE_CORE_JSON_H
 #define QDX_LOCALCORE_CORE_JSON_H
 
-#define RAPIDJSON_NAMESPACE QdxLocalCoreJson
-#define RAPIDJSON_NAMESPACE_BEGIN namespace QdxLocalCoreJson {
-#define RAPIDJSON_NAMESPACE_END }
-#define RAPIDJSON_ASSERT(condition) static_cast<void>(false && (condition))
-
-#include <rapidjson/document.h>
-#include <rapidjson/error/en.h>
-#include <rapidjson/reader.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
+#include "LocalCoreJson.h"
 
 #include <string>
 

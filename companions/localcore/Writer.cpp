@@ -19,6 +19,7 @@ using Clock = std::chrono::steady_clock;
 constexpr auto kIdleTick = std::chrono::seconds(1);  // housekeeping runs at least this often
 constexpr int kAttemptsPerGroup = 3;                 // then a group that cannot be written is dropped
 constexpr auto kRetryPause = std::chrono::milliseconds(200);
+constexpr auto kOpenRetryPause = std::chrono::seconds(30);  // a folder that was unusable may become usable
 
 long long NowMs()
 {
@@ -122,34 +123,37 @@ void Writer::Run()
         unsigned long long const ticket = m_queue.Take(
             items, Clock::now() + kIdleTick, std::chrono::milliseconds(durabilityMs / 2), m_options.groupBytes);
         database.lock();
-        bool stopping = m_queue.StopRequested();
+        bool const stopping = m_queue.StopRequested();
         if (!items.empty()) {
-            bool const written = WriteGroup(items);
-            // The stop may have come while the group waited for the database
-            // lock: its items are spilled then, not dropped.
-            stopping = stopping || m_queue.StopRequested();
-            if (written) {
+            GroupOutcome const outcome = WriteGroup(items);
+            if (outcome == GroupOutcome::Written) {
                 m_queue.MarkDone(ticket);
-            } else if (stopping || ++m_failedAttempts >= kAttemptsPerGroup) {
-                if (stopping && SpillFile::Write(m_options.folder, items)) {
+            } else if (stopping || Stopping()) {
+                if (SpillFile::Write(m_options.folder, items))
                     CoreLog("kept %zu unwritten items in a spill file", items.size());
-                } else {
+                else
                     DropAll(items, m_store == nullptr);
-                }
+                m_queue.MarkDone(ticket);
+            } else if (outcome == GroupOutcome::Failed && ++m_failedAttempts >= kAttemptsPerGroup) {
+                DropAll(items, m_store == nullptr);
                 m_failedAttempts = 0;
                 m_queue.MarkDone(ticket);
             } else {
+                // Another process holds the database, or a write failed for a
+                // while: the items wait at the queue's front, bounded by it.
                 m_queue.PutBack(std::move(items));
                 database.unlock();
                 std::this_thread::sleep_for(kRetryPause);
                 database.lock();
+                if (m_reopen)
+                    OpenStore();
                 continue;
             }
         }
         if (stopping && m_queue.Bytes() == 0)
             break;
         if (!stopping) {
-            if (m_store == nullptr || m_reopen)
+            if ((m_store == nullptr && Clock::now() >= m_nextOpenAttempt) || m_reopen)
                 OpenStore();
             ReloadSettingsIfChanged();
             if (m_housekeeping)
@@ -176,6 +180,8 @@ void Writer::OpenStore()
     }
     if (m_store != nullptr && !report.ready)
         m_store.reset();
+    if (m_store == nullptr)
+        m_nextOpenAttempt = Clock::now() + kOpenRetryPause;
     if (!report.movedAsideTo.empty())
         CoreLog("the database was corrupt: kept as %s, a fresh one made", report.movedAsideTo.c_str());
     if (m_store != nullptr) {
@@ -204,20 +210,22 @@ void Writer::OpenStore()
     m_statusChanged.notify_all();
 }
 
-bool Writer::WriteGroup(std::vector<WorkItem>& items)
+Writer::GroupOutcome Writer::WriteGroup(std::vector<WorkItem>& items)
 {
     if (m_store == nullptr) {
         DropAll(items, true);
         items.clear();
-        return true;
+        return GroupOutcome::Written;
+    }
+    if (!m_store->Begin()) {
+        m_reopen = m_store->NeedsReopen();
+        return GroupOutcome::Busy;
     }
     m_observed.clear();
-    bool written = m_store->Begin();
     // Taken once the lock is had: while the group waits for another
     // connection, "GetStoreStatus" still finds them among the pending drops.
-    std::map<std::string, long long> drops;
-    if (written)
-        drops = m_drops.TakeDeltas();
+    std::map<std::string, long long> drops = m_drops.TakeDeltas();
+    bool written = true;
     for (std::size_t i = 0; written && i < items.size(); ++i)
         written = Apply(items[i]);
     StoreLimits limits;
@@ -238,7 +246,7 @@ bool Writer::WriteGroup(std::vector<WorkItem>& items)
         m_status.lastError = error;
         if (m_store->NeedsReopen())
             m_reopen = true;  // the corrupt file is moved aside before the next attempt
-        return false;
+        return GroupOutcome::Failed;
     }
     m_failedAttempts = 0;
     long long stored = 0;
@@ -265,7 +273,7 @@ bool Writer::WriteGroup(std::vector<WorkItem>& items)
     SpillFile::Remove(m_spillFiles);  // their items were in this group or an earlier one
     m_spillFiles.clear();
     AfterCommit();
-    return true;
+    return GroupOutcome::Written;
 }
 
 bool Writer::Apply(WorkItem const& item)

@@ -102,7 +102,8 @@ public:
 private:
     void Run();
     void OpenStore();
-    bool WriteGroup(std::vector<WorkItem>& items);
+    enum class GroupOutcome { Written, Busy, Failed };
+    GroupOutcome WriteGroup(std::vector<WorkItem>& items);
     bool Apply(WorkItem const& item);
     void AfterCommit();
     void ReloadSettingsIfChanged();
@@ -123,10 +124,11 @@ private:
         long long seq, timeMs;
         std::string sessionId, name, args;
     };
-    std::vector<Observed> m_observed;       // the writer thread's alone: stored, not yet shown to the observer
-    long long m_dataVersion = -1;           // the writer thread's alone
-    int m_failedAttempts = 0;               // the writer thread's alone
-    bool m_figuresWanted = false;           // the writer thread's alone
+    std::vector<Observed> m_observed;  // the writer thread's alone: stored, not yet shown to the observer
+    long long m_dataVersion = -1;      // the writer thread's alone
+    int m_failedAttempts = 0;          // the writer thread's alone
+    bool m_figuresWanted = false;      // the writer thread's alone
+    std::chrono::steady_clock::time_point m_nextOpenAttempt;  // the writer thread's alone
     bool m_reopen = false;                  // the writer thread's alone: the database must be opened anew
     std::vector<std::string> m_spillFiles;  // the writer thread's alone: imported, not yet committed
 

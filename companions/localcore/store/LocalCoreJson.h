@@ -1,4 +1,4 @@
-// The one place the store includes the JSON parser. It lives in a namespace of
+// The one place the local core and its store include the JSON parser. It lives in a namespace of
 // the local core's own, so that neither the wrapper's copy nor another
 // companion's can collide with it in the host process, and its assertions are
 // disabled so that no input can abort the host: every caller checks results.
@@ -27,8 +27,10 @@
 #if defined(__clang__)
 #pragma clang attribute push(__attribute__((no_sanitize("pointer-overflow"))), apply_to = function)
 #endif
+#include <rapidjson/document.h>
 #include <rapidjson/reader.h>
 #include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
 #if defined(__clang__)
 #pragma clang attribute pop
 #endif

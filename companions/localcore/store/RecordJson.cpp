@@ -1,14 +1,9 @@
 #include "RecordJson.h"
 
+#include "LocalCoreJson.h"
+
 #include <cstdio>
 #include <ctime>
-
-#define RAPIDJSON_NAMESPACE QdxLocalCoreJson
-#define RAPIDJSON_NAMESPACE_BEGIN namespace QdxLocalCoreJson {
-#define RAPIDJSON_NAMESPACE_END }
-#define RAPIDJSON_ASSERT(condition) static_cast<void>(false && (condition))
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
 
 namespace Norvane {
 namespace LocalCore {
