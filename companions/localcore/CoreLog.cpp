@@ -1,6 +1,9 @@
 #include "CoreLog.h"
 
+#include "NeverDestroyed.h"
+
 #include <fcntl.h>
+#include <limits.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,15 +21,18 @@ namespace {
 constexpr off_t kRotateBytes = 1 << 20;
 
 // Never destroyed: a line may be logged while the process exits.
-std::mutex& s_mutex = *new std::mutex;
-std::string& s_file = *new std::string;  // guarded by s_mutex; "" until a folder is set
+NeverDestroyed<std::mutex> s_mutexStorage;
+std::mutex& s_mutex = s_mutexStorage.Get();
+char s_file[PATH_MAX] = "";  // guarded by s_mutex; "" until a folder is set (or when its path is too long)
 
 }  // namespace
 
 void SetCoreLogFolder(std::string const& folder)
 {
     std::lock_guard<std::mutex> const lock(s_mutex);
-    s_file = folder.empty() ? std::string() : folder + "/core.log";
+    int const length = std::snprintf(s_file, sizeof s_file, "%s/core.log", folder.c_str());
+    if (folder.empty() || length < 0 || static_cast<std::size_t>(length) >= sizeof s_file)
+        s_file[0] = '\0';
 }
 
 void LockCoreLogForFork() { s_mutex.lock(); }
@@ -51,16 +57,17 @@ void CoreLog(char const* format, ...)
                                      utc.tm_sec, now.tv_nsec / 1000000, static_cast<long>(getpid()), text);
 
     std::lock_guard<std::mutex> const lock(s_mutex);
-    if (s_file.empty() || length <= 0)
+    if (s_file[0] == '\0' || length <= 0)
         return;
-    struct stat status{};
-    if (stat(s_file.c_str(), &status) == 0 && status.st_size > kRotateBytes)
-        rename(s_file.c_str(), (s_file + ".1").c_str());
-    int const file = open(s_file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+    struct stat status {};
+    if (stat(s_file, &status) == 0 && status.st_size > kRotateBytes)
+        rename(s_file, (std::string(s_file) + ".1").c_str());
+    int const file = open(s_file, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
     if (file < 0)
         return;
     // One write of the whole line, so that processes sharing the file never interleave within a line.
-    [[maybe_unused]] ssize_t const written = write(file, line, static_cast<std::size_t>(std::min<int>(length, sizeof line - 1)));
+    [[maybe_unused]] ssize_t const written =
+        write(file, line, static_cast<std::size_t>(std::min<int>(length, sizeof line - 1)));
     close(file);
 }
 

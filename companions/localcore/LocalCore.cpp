@@ -7,6 +7,7 @@
 #include "CoreLog.h"
 #include "JsonValue.h"
 #include "Messages.h"
+#include "NeverDestroyed.h"
 #include "QdxString.h"
 #include "store/RecordJson.h"
 
@@ -29,9 +30,11 @@ constexpr long long kDefaultCloseTimeoutMs = 2000;
 constexpr auto kReloadCheckEvery = std::chrono::seconds(1);
 
 // Never destroyed: the entry points may run while the process exits.
-std::mutex& s_coreMutex = *new std::mutex;
+NeverDestroyed<std::mutex> s_coreMutexStorage;
+std::mutex& s_coreMutex = s_coreMutexStorage.Get();
 std::atomic<LocalCore*> s_core{nullptr};
 std::once_flag s_forkHandlers;
+Writer* s_forkedWriter = nullptr;  // guarded by s_coreMutex: the writer held still during a fork
 
 // Keeps this library mapped for the rest of the process: a writer thread
 // that could not be stopped in time still runs its code.
@@ -166,6 +169,8 @@ Writer& LocalCore::CurrentWriter()
         options.limits.maxAgeMs = m_config.maxAgeDays * 24 * 3600 * 1000;
         options.durabilityMs = m_config.durabilityMs;
         options.groupBytes = std::min<std::size_t>(options.groupBytes, m_config.queueBytes / 4);
+        options.keepInheritedSettings = m_forkedChild;
+        m_forkedChild = false;
         m_writer = std::make_unique<Writer>(options, m_queue, m_settings, m_drops);
         m_writer->SetRecordObserver([this](StoredRecordView const& record) { ShowToTestingCallback(record); });
         m_writer->SetHousekeeping([this] { Housekeeping(); });
@@ -207,7 +212,7 @@ void LocalCore::Housekeeping()
         return;
     nextCheck = now + kReloadCheckEvery;
     std::string const request = m_sdkFolder + "/JSON/InternalMessage.json.user";
-    struct stat status{};
+    struct stat status {};
     if (stat(request.c_str(), &status) != 0)
         return;
     JsonDocument message;
@@ -243,6 +248,15 @@ void LocalCore::PrepareFork()
     s_coreMutex.lock();
     if (LocalCore* const core = s_core.load()) {
         core->m_writerMutex.lock();
+        // The writer's own lock comes first: its thread takes the others
+        // while it holds it. The writer stays, since s_coreMutex keeps the
+        // core from being finished meanwhile.
+        s_forkedWriter = core->m_writer.get();
+        if (s_forkedWriter != nullptr) {
+            core->m_writerMutex.unlock();
+            s_forkedWriter->LockForFork();
+            core->m_writerMutex.lock();
+        }
         core->m_queue.LockForFork();
         core->m_settings.LockForFork();
         core->m_sessions.LockForFork();
@@ -258,23 +272,33 @@ void LocalCore::ParentAfterFork()
         core->m_settings.UnlockAfterFork();
         core->m_queue.UnlockAfterFork();
         core->m_writerMutex.unlock();
+        if (s_forkedWriter != nullptr)
+            s_forkedWriter->UnlockAfterFork();
     }
+    s_forkedWriter = nullptr;
     s_coreMutex.unlock();
 }
 
 void LocalCore::ChildAfterFork()
 {
+    Writer* const parentsWriter = s_forkedWriter;
+    s_forkedWriter = nullptr;
+    if (parentsWriter != nullptr)
+        parentsWriter->CloseAfterFork();
     ParentAfterFork();
     if (LocalCore* const core = s_core.load())
         core->ForgetWriterAfterFork();
 }
 
-// The parent's writer thread does not exist here and its database connection
-// must not be used or closed by the child: both are left alone, and the
-// child makes a writer of its own when it needs one.
+// The parent's writer thread does not exist here. Its database connection,
+// closed by ChildAfterFork (SQLite keeps its knowledge of a file's locks per
+// process, and the copy would make a connection of the child's own skip the
+// locks it needs), and its queue are the parent's: the child makes a writer
+// of its own when it needs one.
 void LocalCore::ForgetWriterAfterFork()
 {
     std::lock_guard<std::mutex> const lock(m_writerMutex);
+    m_forkedChild = m_writer != nullptr && m_settingsRead.load();
     m_liveWriter.store(nullptr);
     static_cast<void>(m_writer.release());
     m_queue.ForgetAfterFork();

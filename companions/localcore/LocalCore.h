@@ -87,9 +87,10 @@ private:
     WorkQueue m_queue;
 
     std::mutex m_writerMutex;
-    std::unique_ptr<Writer> m_writer;  // guarded by m_writerMutex for creation; made on first need
+    std::unique_ptr<Writer> m_writer;            // guarded by m_writerMutex for creation; made on first need
     std::atomic<Writer*> m_liveWriter{nullptr};  // the writer once started, read without the lock
-    std::atomic<bool> m_settingsRead{false};     // the writer has read the settings (or timed out)
+    bool m_forkedChild = false;  // guarded by m_writerMutex; a child of fork() whose parent had read the settings
+    std::atomic<bool> m_settingsRead{false};  // the writer has read the settings (or timed out)
 
     std::once_flag m_stringsRead;
     std::unique_ptr<DialogStrings> m_strings;  // made once, under m_stringsRead

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 
 namespace Norvane {
 namespace LocalCore {
@@ -68,6 +69,18 @@ unsigned long long WorkQueue::Take(std::vector<WorkItem>& items, Clock::time_poi
 void WorkQueue::PutBack(std::vector<WorkItem>&& items)
 {
     std::lock_guard<std::mutex> const lock(m_mutex);
+    InsertFront(std::move(items));
+}
+
+void WorkQueue::Import(std::vector<WorkItem>&& items)
+{
+    std::lock_guard<std::mutex> const lock(m_mutex);
+    InsertFront(std::move(items));
+    ++m_lastTicket;
+}
+
+void WorkQueue::InsertFront(std::vector<WorkItem>&& items)
+{
     for (WorkItem const& item : items)
         m_bytes += item.Bytes();
     m_items.insert(m_items.begin(), std::make_move_iterator(items.begin()), std::make_move_iterator(items.end()));
@@ -137,6 +150,12 @@ void WorkQueue::ForgetAfterFork()
     // Only this thread exists in the child; the mutex was released by the
     // fork handlers, so taking it is safe.
     std::lock_guard<std::mutex> const lock(m_mutex);
+    // The parent's writer and flushing threads may have been waiting on
+    // these: their copies count waiters that do not exist here, and would
+    // block their destruction for ever. Fresh ones replace them, the old
+    // ones are left undestroyed on purpose.
+    new (&m_work) std::condition_variable();
+    new (&m_done) std::condition_variable();
     m_items.clear();
     m_bytes = 0;
     m_doneTicket = m_lastTicket;

@@ -44,6 +44,9 @@ public:
 
     /// Puts items back at the front, in order, after a failed commit.
     void PutBack(std::vector<WorkItem>&& items);
+    /// Queues items that an earlier core left in a spill file, ahead of the
+    /// rest, under a ticket of their own, so that a flush waits for them too.
+    void Import(std::vector<WorkItem>&& items);
 
     /// Ends the writer's grouping wait at once.
     void RequestFlush();
@@ -65,19 +68,21 @@ public:
     void UnlockAfterFork() { m_mutex.unlock(); }
 
 private:
+    void InsertFront(std::vector<WorkItem>&& items);  // m_mutex held
+
     mutable std::mutex m_mutex;
-    std::condition_variable m_work;  // the writer waits here
-    std::condition_variable m_done;  // flushes wait here
-    std::vector<WorkItem> m_items;   // guarded by m_mutex
-    std::size_t m_byteLimit;         // guarded by m_mutex
-    std::size_t m_bytes = 0;         // guarded by m_mutex
-    std::size_t m_highWater = 0;     // guarded by m_mutex
+    std::condition_variable m_work;       // the writer waits here
+    std::condition_variable m_done;       // flushes wait here
+    std::vector<WorkItem> m_items;        // guarded by m_mutex
+    std::size_t m_byteLimit;              // guarded by m_mutex
+    std::size_t m_bytes = 0;              // guarded by m_mutex
+    std::size_t m_highWater = 0;          // guarded by m_mutex
     unsigned long long m_lastTicket = 0;  // guarded by m_mutex
     unsigned long long m_doneTicket = 0;  // guarded by m_mutex
     static constexpr std::size_t kNoWake = ~std::size_t{0};
     std::size_t m_wakeAtBytes = kNoWake;  // guarded by m_mutex; a push that fills the queue this far wakes the writer
-    bool m_flush = false;            // guarded by m_mutex
-    bool m_stop = false;             // guarded by m_mutex
+    bool m_flush = false;                 // guarded by m_mutex
+    bool m_stop = false;                  // guarded by m_mutex
 };
 
 }  // namespace LocalCore

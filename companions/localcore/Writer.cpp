@@ -95,6 +95,12 @@ bool Writer::Stop(long long timeoutMs)
     return true;
 }
 
+void Writer::CloseAfterFork()
+{
+    m_store.reset();
+    m_databaseMutex.unlock();
+}
+
 WriterStatus Writer::Status() const
 {
     std::lock_guard<std::mutex> const lock(m_statusMutex);
@@ -103,6 +109,7 @@ WriterStatus Writer::Status() const
 
 void Writer::Run()
 {
+    std::unique_lock<std::mutex> database(m_databaseMutex);
     OpenStore();
     std::vector<WorkItem> items;
     for (;;) {
@@ -112,8 +119,10 @@ void Writer::Run()
             durabilityMs = m_options.durabilityMs;
         }
         // Half the window for grouping leaves the other half for the commit.
+        database.unlock();
         unsigned long long const ticket = m_queue.Take(
             items, Clock::now() + kIdleTick, std::chrono::milliseconds(durabilityMs / 2), m_options.groupBytes);
+        database.lock();
         bool const stopping = m_queue.StopRequested();
         if (!items.empty()) {
             GroupOutcome const outcome = WriteGroup(items);
@@ -133,7 +142,9 @@ void Writer::Run()
                 // Another process holds the database, or a write failed for a
                 // while: the items wait at the queue's front, bounded by it.
                 m_queue.PutBack(std::move(items));
+                database.unlock();
                 std::this_thread::sleep_for(kRetryPause);
+                database.lock();
                 if (m_reopen)
                     OpenStore();
                 continue;
@@ -150,6 +161,7 @@ void Writer::Run()
         }
     }
     m_store.reset();
+    database.unlock();
     std::lock_guard<std::mutex> const lock(m_statusMutex);
     m_finished = true;
     m_statusChanged.notify_all();
@@ -173,13 +185,15 @@ void Writer::OpenStore()
     if (!report.movedAsideTo.empty())
         CoreLog("the database was corrupt: kept as %s, a fresh one made", report.movedAsideTo.c_str());
     if (m_store != nullptr) {
-        m_settings.Replace(m_store->Settings());
+        if (!m_options.keepInheritedSettings)
+            m_settings.Replace(m_store->Settings());
+        m_options.keepInheritedSettings = false;
         m_dataVersion = m_store->DataVersion();
         std::vector<WorkItem> spilled;
         SpillFile::ReadAll(m_options.folder, spilled, m_spillFiles);
         if (!spilled.empty()) {
             CoreLog("importing %zu items from spill files", spilled.size());
-            m_queue.PutBack(std::move(spilled));
+            m_queue.Import(std::move(spilled));
         }
     } else if (report.newerSchema) {
         CoreLog("the database %s has a newer schema: running without storage", m_status.database.c_str());
@@ -207,8 +221,10 @@ Writer::GroupOutcome Writer::WriteGroup(std::vector<WorkItem>& items)
         m_reopen = m_store->NeedsReopen();
         return GroupOutcome::Busy;
     }
-    std::map<std::string, long long> drops = m_drops.TakeDeltas();
     m_observed.clear();
+    // Taken once the lock is had: while the group waits for another
+    // connection, "GetStoreStatus" still finds them among the pending drops.
+    std::map<std::string, long long> drops = m_drops.TakeDeltas();
     bool written = true;
     for (std::size_t i = 0; written && i < items.size(); ++i) {
         long long seq = 0;

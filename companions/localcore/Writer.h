@@ -52,6 +52,11 @@ public:
         StoreLimits limits;
         long long durabilityMs = 1000;     ///< a record answered with success is on disk within this
         std::size_t groupBytes = 1 << 20;  ///< a group this large is written at once
+        /// In a child after fork(): the settings it inherited hold changes
+        /// that its parent has yet to write, so the database's do not
+        /// replace them when it is first opened (later changes by other
+        /// processes still do).
+        bool keepInheritedSettings = false;
     };
     using RecordObserver = std::function<void(StoredRecordView const&)>;
     /// Runs on the writer's thread between groups: reload requests and the like.
@@ -80,6 +85,17 @@ public:
     /// left running, detached, and its code must stay mapped.
     bool Stop(long long timeoutMs);
 
+    /// fork() support. The writer thread holds a lock while it uses the
+    /// database and lets go of it only while it waits for work, so a fork
+    /// that takes it first never copies the connection in the middle of a
+    /// call or a transaction; it waits for the current group at most.
+    void LockForFork() { m_databaseMutex.lock(); }
+    void UnlockAfterFork() { m_databaseMutex.unlock(); }
+    /// In the child: closes the connection copied from the parent, whose
+    /// locks the child does not hold and which would mislead a connection of
+    /// the child's own to the same file, and lets go of the lock.
+    void CloseAfterFork();
+
     WriterStatus Status() const;
     /// Known once the database was opened: records would be dropped.
     bool StorageUnavailable() const { return m_noStorage.load(std::memory_order_relaxed); }
@@ -104,6 +120,7 @@ private:
     Housekeeping m_housekeeping;  // set before Start
 
     std::thread m_thread;
+    std::mutex m_databaseMutex;      // held by the writer thread while it uses m_store
     std::unique_ptr<Store> m_store;  // the writer thread's alone
     struct Observed {
         std::size_t item;  // in the group being written

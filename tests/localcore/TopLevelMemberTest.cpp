@@ -1,5 +1,5 @@
-// The session-id scan crosses strings and nested values in jumps: every
-// character that could end one early must still be seen in its place.
+// The scan that finds a record's session id without parsing the whole text,
+// and its fallback to the parser: both must agree with the parser's reading.
 #include "TopLevelMember.h"
 
 #include <gtest/gtest.h>
@@ -8,34 +8,60 @@ using namespace Norvane::LocalCore;
 
 namespace {
 
-struct ScanCase {
+struct Lookup {
     char const* text;
-    MemberLookup lookup;
-    char const* value;  // when found
+    MemberLookup scanned;
+    char const* value;  ///< as found by the scan or, failing that, the parser; null when absent or not an object
+};
+
+Lookup const kLookups[] = {
+    {R"({"session_id":"abc"})", MemberLookup::Found, "abc"},
+    {" {\n\t\"a\" : 1 ,\r\n \"session_id\" : \"abc\" } ", MemberLookup::Found, "abc"},
+    {R"({"nested":{"session_id":"inner"},"session_id":"outer"})", MemberLookup::Found, "outer"},
+    {R"({"list":["session_id",{"session_id":"x"}],"session_id":"y"})", MemberLookup::Found, "y"},
+    {R"({"text":"a \"session_id\": \"fake\" }","session_id":"real"})", MemberLookup::Found, "real"},
+    {R"({"text":"{[}]\\","session_id":"real"})", MemberLookup::Found, "real"},
+    {R"({"session_idx":"a","session":"b","session_id":"c"})", MemberLookup::Found, "c"},
+    {R"({"session_id":"first","session_id":"second"})", MemberLookup::Found, "first"},
+    {R"({"session_id":"","n":1})", MemberLookup::Found, ""},
+    {R"({"nested":{"session_id":"inner"}})", MemberLookup::Absent, nullptr},
+    {R"({"session_id":1,"x":"session_id"})", MemberLookup::Absent, nullptr},
+    {R"({"session_id":null})", MemberLookup::Absent, nullptr},
+    {R"({"session_id":{"id":"x"}})", MemberLookup::Absent, nullptr},
+    {"{}", MemberLookup::Absent, nullptr},
+    {R"({"session_id":"a\"b"})", MemberLookup::NeedsParse, "a\"b"},
+    {R"({"session_id":"\u0041"})", MemberLookup::NeedsParse, "A"},
+    {R"({"session\u005fid":"x"})", MemberLookup::NeedsParse, "x"},
+    {R"({"k\u0065y":1,"session_id":"a","session_id":"b"})", MemberLookup::NeedsParse, "a"},
+    {R"(["session_id","x"])", MemberLookup::NeedsParse, nullptr},
+    {"", MemberLookup::NeedsParse, nullptr},
+    {R"({"a":)", MemberLookup::NeedsParse, nullptr},
+    {R"({"a" 1,"session_id":"x"})", MemberLookup::NeedsParse, nullptr},
+    {R"({"a":1,})", MemberLookup::NeedsParse, nullptr},
+    {R"({"a":"unterminated)", MemberLookup::NeedsParse, nullptr},
+    {R"({"a":{"b":[1,2})", MemberLookup::NeedsParse, nullptr},
+    {R"({a:1})", MemberLookup::NeedsParse, nullptr},
 };
 
 }  // namespace
 
-TEST(TopLevelMemberTest, ScanAgreesWithTheTextsStructure)
+TEST(TopLevelMember, FindsTheTopLevelStringAsTheParserWould)
 {
-    ScanCase const cases[] = {
-        {R"({"a": "}]", "session_id": "s1"})", MemberLookup::Found, "s1"},
-        {R"({"a": {"b": "\"}", "c": ["]", {"d": "["}]}, "session_id": "s2"})", MemberLookup::Found, "s2"},
-        {R"({"a": {"session_id": "inner"}, "session_id": "outer"})", MemberLookup::Found, "outer"},
-        {R"({"a": [{"session_id": "inner"}]})", MemberLookup::Absent, ""},
-        {R"({"session_id": "first", "session_id": "second"})", MemberLookup::Found, "first"},
-        {R"({"session_id": 12})", MemberLookup::Absent, ""},
-        {R"({"a": "x\\", "session_id": "s3"})", MemberLookup::Found, "s3"},
-        {R"({"session_id": "with \" quote"})", MemberLookup::NeedsParse, ""},
-        {R"({"a": {"b": [1, 2})", MemberLookup::NeedsParse, ""},
-        {R"({"a": "unterminated)", MemberLookup::NeedsParse, ""},
-        {"{\"a\": \"ends in a backslash\\", MemberLookup::NeedsParse, ""},
-    };
-    for (ScanCase const& test : cases) {
-        std::string value;
-        EXPECT_EQ(test.lookup, FindTopLevelString(test.text, "session_id", value)) << test.text;
-        if (test.lookup == MemberLookup::Found) {
-            EXPECT_EQ(test.value, value) << test.text;
+    for (Lookup const& lookup : kLookups) {
+        std::string value = "unchanged";
+        EXPECT_EQ(FindTopLevelString(lookup.text, "session_id", value), lookup.scanned) << lookup.text;
+        if (lookup.scanned == MemberLookup::Found) {
+            EXPECT_EQ(value, lookup.value) << lookup.text;
+        }
+
+        value.clear();
+        bool found = false;
+        bool const isObject = TopLevelString(lookup.text, "session_id", value, found);
+        bool const parsedObject = lookup.value != nullptr || lookup.scanned != MemberLookup::NeedsParse;
+        EXPECT_EQ(isObject, parsedObject) << lookup.text;
+        EXPECT_EQ(found, lookup.value != nullptr) << lookup.text;
+        if (lookup.value != nullptr) {
+            EXPECT_EQ(value, lookup.value) << lookup.text;
         }
     }
 }
