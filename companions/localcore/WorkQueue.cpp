@@ -22,10 +22,11 @@ unsigned long long WorkQueue::Push(WorkItem&& item, bool mayDrop)
         std::lock_guard<std::mutex> const lock(m_mutex);
         if (mayDrop && m_bytes + bytes > m_byteLimit)
             return 0;
+        ticket = ++m_lastTicket;
+        item.ticket = ticket;
         m_items.push_back(std::move(item));
         m_bytes += bytes;
         m_highWater = std::max(m_highWater, m_bytes);
-        ticket = ++m_lastTicket;
         // A wake-up is a system call: only a writer waiting for this much work needs one.
         wake = m_bytes >= m_wakeAtBytes;
         if (wake)
@@ -43,7 +44,7 @@ unsigned long long WorkQueue::LastTicket() const
 }
 
 unsigned long long WorkQueue::Take(std::vector<WorkItem>& items, Clock::time_point idleUntil, Clock::duration groupFor,
-                                   std::size_t groupBytes)
+                                   std::size_t groupBytes, std::size_t maxBytes)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     while (m_items.empty() && !m_flush && !m_stop && Clock::now() < idleUntil) {
@@ -61,9 +62,22 @@ unsigned long long WorkQueue::Take(std::vector<WorkItem>& items, Clock::time_poi
     m_wakeAtBytes = kNoWake;
     m_flush = false;
     items.clear();
-    items.swap(m_items);
-    m_bytes = 0;
-    return items.empty() ? 0 : m_lastTicket;
+    if (m_bytes <= maxBytes) {
+        items.swap(m_items);
+        m_bytes = 0;
+        return items.empty() ? 0 : m_lastTicket;
+    }
+    // A group of bounded size, so that a stopping writer looks at its clock
+    // between groups. Every item ticketed before the first one left is in
+    // this group or done already.
+    std::size_t taken = 0;
+    std::size_t count = 0;
+    while (count < m_items.size() && (count == 0 || taken < maxBytes))
+        taken += m_items[count++].Bytes();
+    items.assign(std::make_move_iterator(m_items.begin()), std::make_move_iterator(m_items.begin() + count));
+    m_items.erase(m_items.begin(), m_items.begin() + count);
+    m_bytes -= taken;
+    return m_items.front().ticket > 0 ? m_items.front().ticket - 1 : 0;
 }
 
 void WorkQueue::PutBack(std::vector<WorkItem>&& items)
@@ -75,6 +89,8 @@ void WorkQueue::PutBack(std::vector<WorkItem>&& items)
 void WorkQueue::Import(std::vector<WorkItem>&& items)
 {
     std::lock_guard<std::mutex> const lock(m_mutex);
+    for (WorkItem& item : items)
+        item.ticket = 0;
     InsertFront(std::move(items));
     ++m_lastTicket;
 }

@@ -39,8 +39,9 @@ public:
     /// `groupFor` after the first item (a commit serves them all), unless a
     /// flush or stop is asked for or `groupBytes` are queued. Moves the items
     /// into `items` and returns the ticket of the last one (0 for none).
+    /// At most about `maxBytes` are taken at once; the rest stays queued.
     unsigned long long Take(std::vector<WorkItem>& items, Clock::time_point idleUntil, Clock::duration groupFor,
-                            std::size_t groupBytes);
+                            std::size_t groupBytes, std::size_t maxBytes);
 
     /// Puts items back at the front, in order, after a failed commit.
     void PutBack(std::vector<WorkItem>&& items);

@@ -6,6 +6,7 @@
 #include "DropCounters.h"
 #include "SpillFile.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 
@@ -17,6 +18,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr auto kIdleTick = std::chrono::seconds(1);  // housekeeping runs at least this often
+constexpr std::size_t kGroupsPerTake = 4;  // a take of more than this many group sizes is split
 constexpr int kAttemptsPerGroup = 3;                 // then a group that cannot be written is dropped
 constexpr auto kRetryPause = std::chrono::milliseconds(200);
 constexpr auto kOpenRetryPause = std::chrono::seconds(30);  // a folder that was unusable may become usable
@@ -81,10 +83,12 @@ bool Writer::Stop(long long timeoutMs)
     }
     m_queue.RequestStop();
     std::unique_lock<std::mutex> lock(m_statusMutex);
-    if (!m_statusChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] { return m_finished; })) {
-        // Out of time: whatever waits for the database gives up and spills.
+    // Three quarters of the time for writing; then whatever waits for the
+    // database gives up, and what is left is spilled in the last quarter.
+    if (!m_statusChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs * 3 / 4), [&] { return m_finished; })) {
         m_stopDeadlinePassed = true;
-        if (!m_statusChanged.wait_for(lock, std::chrono::milliseconds(200), [&] { return m_finished; })) {
+        if (!m_statusChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs - timeoutMs * 3 / 4 + 200),
+                                      [&] { return m_finished; })) {
             CoreLog("writer did not stop in time; left running");
             m_thread.detach();
             return false;
@@ -93,6 +97,21 @@ bool Writer::Stop(long long timeoutMs)
     lock.unlock();
     m_thread.join();
     return true;
+}
+
+void Writer::SpillRest(std::vector<WorkItem>& items, unsigned long long ticket)
+{
+    std::vector<WorkItem> rest;
+    ticket = std::max(ticket, m_queue.Take(rest, Clock::now(), Clock::duration::zero(), 0, ~std::size_t{0}));
+    items.insert(items.end(), std::make_move_iterator(rest.begin()), std::make_move_iterator(rest.end()));
+    if (items.empty())
+        return;
+    if (SpillFile::Write(m_options.folder, items))
+        CoreLog("kept %zu unwritten items in a spill file", items.size());
+    else
+        DropAll(items, m_store == nullptr);
+    items.clear();
+    m_queue.MarkDone(ticket);
 }
 
 void Writer::CloseAfterFork()
@@ -120,10 +139,15 @@ void Writer::Run()
         }
         // Half the window for grouping leaves the other half for the commit.
         database.unlock();
-        unsigned long long const ticket = m_queue.Take(
-            items, Clock::now() + kIdleTick, std::chrono::milliseconds(durabilityMs / 2), m_options.groupBytes);
+        unsigned long long const ticket =
+            m_queue.Take(items, Clock::now() + kIdleTick, std::chrono::milliseconds(durabilityMs / 2),
+                         m_options.groupBytes, kGroupsPerTake * m_options.groupBytes);
         database.lock();
         bool const stopping = m_queue.StopRequested();
+        if (stopping && Stopping()) {
+            SpillRest(items, ticket);  // out of time: the rest goes to a spill file in one write
+            break;
+        }
         if (!items.empty()) {
             GroupOutcome const outcome = WriteGroup(items);
             if (outcome == GroupOutcome::Written) {

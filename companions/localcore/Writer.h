@@ -105,6 +105,7 @@ private:
     void OpenStore();
     enum class GroupOutcome { Written, Busy, Failed };
     GroupOutcome WriteGroup(std::vector<WorkItem>& items);
+    void SpillRest(std::vector<WorkItem>& items, unsigned long long ticket);
     /// seq: the stored record's sequence number, left as it is for other items.
     bool Apply(WorkItem& item, long long& seq);
     void AfterCommit(std::vector<WorkItem> const& items);
