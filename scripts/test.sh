@@ -2,7 +2,8 @@
 # The test command. Installs what is missing, builds with warnings as errors,
 # runs the whole suite in a normal build, runs each fuzz target briefly (when
 # clang is there) and runs the whole suite again under AddressSanitizer with
-# UndefinedBehaviorSanitizer and under ThreadSanitizer.
+# UndefinedBehaviorSanitizer and under ThreadSanitizer. After each run it
+# reports the skipped tests and fails when one of them was expected to run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -11,7 +12,10 @@ scripts/setup.sh
 run_suite() {
     cmake --preset "$1" >/dev/null
     cmake --build --preset "$1"
-    ctest --preset "$1"
+    local result=0
+    ctest --preset "$1" || result=$?
+    tests/report_skips.sh "build/$1"
+    return "$result"
 }
 
 run_suite ci
