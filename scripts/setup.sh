@@ -4,11 +4,12 @@
 # install and fails.
 set -euo pipefail
 
+# valgrind runs the interface tests under memcheck in the test command.
 required=(cmake ninja-build g++ pkg-config binutils util-linux rapidjson-dev libattr1-dev
-          libgtest-dev libbenchmark-dev libsqlite3-dev libzstd-dev)
-# clang for the fuzz targets (the test command skips them without it),
-# valgrind for the instruction counts of the benchmarks.
-optional=(clang libclang-rt-14-dev valgrind)
+          libgtest-dev libbenchmark-dev libsqlite3-dev libzstd-dev valgrind)
+# clang for the fuzz targets (the test command skips them without it), gcovr
+# for scripts/coverage.sh, strace for bench/syscall_count.sh.
+optional=(clang libclang-rt-14-dev gcovr strace)
 
 missing=()
 for package in "${required[@]}" "${optional[@]}"; do

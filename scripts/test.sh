@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The test command. Installs what is missing, builds with warnings as errors,
-# runs the whole suite in a normal build, runs each fuzz target briefly (when
-# clang is there) and runs the whole suite again under AddressSanitizer with
+# runs the whole suite in a normal build (the interface tests also under
+# valgrind's memcheck), runs each fuzz target briefly (when clang is there)
+# and runs the whole suite again under AddressSanitizer with
 # UndefinedBehaviorSanitizer and under ThreadSanitizer. After each run it
 # reports the skipped tests and fails when one of them was expected to run.
 set -euo pipefail

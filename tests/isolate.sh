@@ -7,6 +7,9 @@
 #
 #   isolate.sh SOURCE_DIR BUILD_DIR PROGRAM [ARGUMENTS...]
 #
+# QDX_TEST_LAUNCHER, when set, names a program that runs PROGRAM inside the
+# namespace (tests/memcheck.sh).
+#
 # Root gets the namespace directly. An ordinary user gets it inside a user
 # namespace in which the user counts as root (unshare -r), which the kernel
 # allows unless user namespaces are switched off; the mounts are made there,
@@ -47,10 +50,12 @@ if [[ "${1:-}" == "--inside" ]]; then
         exec {fd}<&-
     done
     export QDX_TEST_ISOLATED=1
+    launcher=()
+    [[ -n "${QDX_TEST_LAUNCHER:-}" ]] && launcher=("$QDX_TEST_LAUNCHER")
     if [[ -n "$user" ]]; then
-        exec unshare --user --map-user="$user" --map-group="$group" -- "$@"
+        exec unshare --user --map-user="$user" --map-group="$group" -- "${launcher[@]}" "$@"
     fi
-    exec "$@"
+    exec "${launcher[@]}" "$@"
 fi
 
 source_dir=$1 build_dir=$2
@@ -61,4 +66,5 @@ fi
 if [[ $(id -u) -ne 0 ]] && unshare -r -m --propagation private true 2>/dev/null; then
     exec unshare -r -m --propagation private -- "$0" --inside "$(id -u)" "$(id -g)" "$source_dir" "$build_dir" "$@"
 fi
+[[ -n "${QDX_TEST_LAUNCHER:-}" ]] && set -- "$QDX_TEST_LAUNCHER" "$@"
 exec "$@"
