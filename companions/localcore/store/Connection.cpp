@@ -125,8 +125,11 @@ void Connection::AbortLongStatementsOnInterrupt(bool on)
 bool Connection::Fail(int code, std::string const& context)
 {
     int const primary = code & 0xff;
-    if (primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB)
+    if (primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB) {
         m_corrupt = true;
+        // A corrupt database is to be moved aside as it is, its log beside it.
+        sqlite3_db_config(m_db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    }
     std::string message;
     if ((primary == SQLITE_BUSY || primary == SQLITE_INTERRUPT) && m_interrupted)
         message = "stopped waiting for the database: the owner asked to stop";
@@ -153,17 +156,17 @@ bool Connection::Check(int code, std::string const& context)
 
 bool Connection::Exec(char const* sql) { return Check(sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr), sql); }
 
-bool Connection::Run(char const* sql) { return Query(*this, sql).Run(); }
+bool Connection::Run(char const* literal) { return Query(*this, literal).Run(); }
 
-long long Connection::QueryInt(char const* sql, long long fallback)
+long long Connection::QueryInt(char const* literal, long long fallback)
 {
-    Query query(*this, sql);
+    Query query(*this, literal);
     return query.Next() && !query.IsNull(0) ? query.Int(0) : fallback;
 }
 
-std::string Connection::QueryText(char const* sql)
+std::string Connection::QueryText(char const* literal)
 {
-    Query query(*this, sql);
+    Query query(*this, literal);
     return query.Next() ? query.Text(0) : std::string();
 }
 
@@ -183,8 +186,24 @@ sqlite3_stmt* Connection::Prepare(std::string const& sql)
     return statement;
 }
 
+sqlite3_stmt* Connection::Prepare(char const* literal)
+{
+    auto const found = m_literals.find(literal);
+    if (found != m_literals.end())
+        return found->second;
+    sqlite3_stmt* const statement = Prepare(std::string(literal));
+    if (statement != nullptr)
+        m_literals.emplace(literal, statement);
+    return statement;
+}
+
 Query::Query(Connection& connection, std::string const& sql)
     : m_connection(connection), m_statement(connection.Prepare(sql)), m_ok(m_statement != nullptr)
+{
+}
+
+Query::Query(Connection& connection, char const* literal)
+    : m_connection(connection), m_statement(connection.Prepare(literal)), m_ok(m_statement != nullptr)
 {
 }
 

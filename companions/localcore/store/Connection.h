@@ -13,6 +13,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 namespace Norvane {
 namespace LocalCore {
@@ -49,15 +50,20 @@ public:
     /// Runs SQL without results (several statements allowed).
     bool Exec(char const* sql);
     /// Runs one statement without results through the kept statements: for
-    /// the ones a store runs often (transactions, savepoints).
-    bool Run(char const* sql);
+    /// the ones a store runs often (transactions, savepoints). This and the
+    /// two below take string literals only, since they keep statements by
+    /// the text's address.
+    bool Run(char const* literal);
     /// The first column of the first row as a number; fallback when there is none or on failure.
-    long long QueryInt(char const* sql, long long fallback = -1);
+    long long QueryInt(char const* literal, long long fallback = -1);
     /// The first column of the first row as text; "" when none or on failure.
-    std::string QueryText(char const* sql);
+    std::string QueryText(char const* literal);
 
     /// The prepared statement for sql, kept for reuse; null on failure.
     sqlite3_stmt* Prepare(std::string const& sql);
+    /// The same for SQL in a string literal, found by its address: the
+    /// statements run once per record cost no copy or comparison of their text.
+    sqlite3_stmt* Prepare(char const* literal);
 
     /// Records a failed result code: the message, and whether the database
     /// is corrupt. Returns false so that callers can `return Fail(...)`.
@@ -81,7 +87,8 @@ private:
 
     sqlite3* m_db;
     WaitPolicy const& m_wait;
-    std::map<std::string, sqlite3_stmt*> m_statements;
+    std::map<std::string, sqlite3_stmt*> m_statements;          // owns every statement
+    std::unordered_map<char const*, sqlite3_stmt*> m_literals;  // by address, into m_statements
     std::string m_error;
     bool m_corrupt = false;
     bool m_interrupted = false;  // the last wait ended through the interrupt check
@@ -93,6 +100,7 @@ private:
 class Query {
 public:
     Query(Connection& connection, std::string const& sql);
+    Query(Connection& connection, char const* literal);
     ~Query();
     Query(Query const&) = delete;
     Query& operator=(Query const&) = delete;

@@ -20,7 +20,7 @@ std::string BuildDictionary(std::vector<std::string> const& samples, size_t capa
 
     // Asked for a dictionary larger than about a quarter of its samples, the
     // trainer returns a short one that compresses worse than a raw one.
-    std::string dictionary(std::max<size_t>(std::min(capacity, joined.size() / 4), 256), '\0');
+    std::string dictionary(std::min(capacity, std::max<size_t>(joined.size() / 4, 256)), '\0');
     size_t const trained = ZDICT_trainFromBuffer(dictionary.data(), dictionary.size(), joined.data(), sizes.data(),
                                                  static_cast<unsigned>(sizes.size()));
     if (!ZDICT_isError(trained)) {

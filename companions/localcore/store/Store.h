@@ -111,6 +111,8 @@ public:
     Store(Store const&) = delete;
     Store& operator=(Store const&) = delete;
 
+    /// Both may be called from any thread at any time, also while another
+    /// thread waits inside an operation: that wait then follows them.
     void SetInterruptCheck(std::function<bool()> interrupt);
     void SetBusyWaitLimit(long long ms);
 
@@ -118,13 +120,17 @@ public:
     /// had within the wait limit or the interrupt check said stop. Operations
     /// called outside Begin()..Commit() each run in a transaction of their own.
     bool Begin();
-    /// durable: the commit also survives a power loss, at the cost of a sync;
-    /// otherwise it survives a crash of the process (but not of the machine).
+    /// durable: the commit also survives a power loss, at the cost of a sync
+    /// of the write-ahead log after the commit; otherwise it survives a crash
+    /// of the process but not of the machine. False when the commit failed
+    /// (then everything since Begin() is rolled back), or when it succeeded
+    /// but the sync failed (then the changes stay, without the guarantee).
     bool Commit(bool durable);
+    /// Undoes everything since Begin(); harmless without a transaction.
     void Rollback();
 
     /// Records a session; an id that exists already keeps its first entry.
-    /// productJson is compact JSON object text.
+    /// productJson is compact JSON object text (checked, and kept as given).
     bool OpenSession(std::string const& id, std::string const& productJson, long long startedMs, long long pid);
     /// Sets the session's end time; false when the id is unknown.
     bool CloseSession(std::string const& id, long long endedMs);

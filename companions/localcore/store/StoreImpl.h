@@ -65,7 +65,8 @@ private:
 
     Outcome OpenReadWrite(OpenReport& report);
     bool OpenReadOnly(OpenReport& report);
-    Outcome CheckIntegrity(OpenReport& report);
+    Outcome CheckIntegrity();
+    Outcome Failing(Outcome outcome, std::string const& message);
     bool Configure(bool fresh);
     bool MoveAside(OpenReport& report);
     bool StartWriting();

@@ -62,6 +62,12 @@ void Store::Impl::ClearError()
         m_connection->ClearError();
 }
 
+Store::Impl::Outcome Store::Impl::Failing(Outcome outcome, std::string const& message)
+{
+    Fail(message);
+    return outcome;
+}
+
 bool Store::Impl::Open(OpenReport& report, FileIdentity const* corruptFile)
 {
     if (m_mode == OpenMode::ReadOnly)
@@ -106,16 +112,16 @@ Store::Impl::Outcome Store::Impl::OpenReadWrite(OpenReport& report)
     switch (header.state) {
     case DatabaseHeader::State::Missing:
         if (!DatabaseFiles::CreateEmptyFile(m_path, error))
-            return Fail(error), Outcome::Failed;
+            return Failing(Outcome::Failed, error);
         break;
     case DatabaseHeader::State::Unreadable:
-        return Fail(header.reason), Outcome::Failed;
+        return Failing(Outcome::Failed, header.reason);
     case DatabaseHeader::State::Corrupt:
-        return Fail(m_path + " is corrupt: " + header.reason), Outcome::Corrupt;
+        return Failing(Outcome::Corrupt, m_path + " is corrupt: " + header.reason);
     case DatabaseHeader::State::Valid:
         // Without even a connection, so that nothing touches a newer database.
         if (header.userVersion > Schema::CurrentVersion())
-            return Fail(VersionError(header.userVersion)), Outcome::Newer;
+            return Failing(Outcome::Newer, VersionError(header.userVersion));
         break;
     case DatabaseHeader::State::Empty:
         break;
@@ -123,7 +129,7 @@ Store::Impl::Outcome Store::Impl::OpenReadWrite(OpenReport& report)
 
     m_connection = Connection::Open(m_path, false, m_wait, error);
     if (!m_connection)
-        return Fail(error), Outcome::Failed;
+        return Failing(Outcome::Failed, error);
     // Until the schema is known, closing must not checkpoint: a newer
     // database's log stays as its writer left it.
     sqlite3* const db = m_connection->Handle();
@@ -133,10 +139,10 @@ Store::Impl::Outcome Store::Impl::OpenReadWrite(OpenReport& report)
     if (version < 0)
         return m_connection->Corrupt() ? Outcome::Corrupt : Outcome::Failed;
     if (version > Schema::CurrentVersion())
-        return Fail(VersionError(version)), Outcome::Newer;
+        return Failing(Outcome::Newer, VersionError(version));
     bool const fresh = version == 0;
     if (!fresh) {
-        Outcome const integrity = CheckIntegrity(report);
+        Outcome const integrity = CheckIntegrity();
         if (integrity != Outcome::Opened)
             return integrity;
     }
@@ -152,7 +158,7 @@ Store::Impl::Outcome Store::Impl::OpenReadWrite(OpenReport& report)
 // quick_check reads every page and checks its structure, without the slower
 // comparison of each index with its table; a statement that meets damage it
 // missed reports it later (NeedsReopen).
-Store::Impl::Outcome Store::Impl::CheckIntegrity(OpenReport&)
+Store::Impl::Outcome Store::Impl::CheckIntegrity()
 {
     m_connection->AbortLongStatementsOnInterrupt(true);
     std::string const verdict = m_connection->QueryText("PRAGMA quick_check(1)");
@@ -161,8 +167,7 @@ Store::Impl::Outcome Store::Impl::CheckIntegrity(OpenReport&)
         return Outcome::Opened;
     if (verdict.empty() && !m_connection->Corrupt())
         return Outcome::Failed;  // interrupted, locked, out of memory: not the file's fault
-    Fail(m_path + " is corrupt: " + (verdict.empty() ? m_connection->Error() : verdict));
-    return Outcome::Corrupt;
+    return Failing(Outcome::Corrupt, m_path + " is corrupt: " + (verdict.empty() ? m_connection->Error() : verdict));
 }
 
 bool Store::Impl::Configure(bool fresh)
@@ -232,7 +237,7 @@ bool Store::Impl::OpenReadOnly(OpenReport& report)
     if (version < Schema::CurrentVersion())
         return Fail("the database has schema version " + std::to_string(version) +
                     "; it can be read once the core has brought it up to date");
-    if (CheckIntegrity(report) != Outcome::Opened)
+    if (CheckIntegrity() != Outcome::Opened)
         return false;
     m_identity = DatabaseFiles::IdentityOf(m_path);
     return true;

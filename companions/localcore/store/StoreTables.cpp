@@ -1,6 +1,5 @@
 // The small tables: sessions, settings and counters, and the figures.
 #include "JsonObjectText.h"
-#include "Schema.h"
 #include "StoreImpl.h"
 
 namespace Norvane {

@@ -43,7 +43,8 @@ Store::TrimResult Store::Impl::Trim(StoreLimits const& limits, long long nowMs)
     }
 
     long long live = limits.maxBytes > 0 ? LiveBytes() : 0;
-    long long batch = 1;
+    long long batch = 0;
+    bool stalled = false;
     for (int round = 0; live > limits.maxBytes && round < kMostRounds; ++round) {
         long long first = 0, last = 0;
         {
@@ -56,10 +57,12 @@ Store::TrimResult Store::Impl::Trim(StoreLimits const& limits, long long nowMs)
             last = span.Int(1);
         }
         // Seq numbers run without gaps but for deleted records, so the span
-        // bounds the count from above; the share of the excess in records is
-        // then at least the estimate.
+        // bounds the count from above, and the excess's share of it is what
+        // to delete. Rows that share their pages with kept ones free nothing;
+        // then the next round deletes twice as many.
         double const share = static_cast<double>(live - limits.maxBytes) / static_cast<double>(live);
-        batch = std::max(batch, static_cast<long long>(share * static_cast<double>(last - first + 1)) + 1);
+        long long const estimate = static_cast<long long>(share * static_cast<double>(last - first + 1)) + 1;
+        batch = stalled ? batch * 2 : estimate;
         if (!Query(*m_connection, "DELETE FROM records WHERE seq IN (SELECT seq FROM records ORDER BY seq LIMIT ?)")
                  .Bind(batch)
                  .Run())
@@ -69,16 +72,23 @@ Store::TrimResult Store::Impl::Trim(StoreLimits const& limits, long long nowMs)
         live = LiveBytes();
         if (live < 0)
             return result;
-        if (live >= before)
-            batch *= 2;  // deleted rows shared their pages with kept ones
+        stalled = live >= before;
     }
 
     // Ended sessions go once no record refers to them; the age limit covers
-    // them, the size limit does not (they are small).
-    if (!Query(*m_connection, "DELETE FROM sessions WHERE end_ms IS NOT NULL AND end_ms < ? AND NOT EXISTS "
-                              "(SELECT 1 FROM records WHERE records.session = sessions.id)")
-             .Bind(cutoff)
-             .Run())
+    // them, the size limit does not (they are small). Finding the references
+    // reads every record, so only when there is a session to remove.
+    bool candidates = false;
+    {
+        Query find(*m_connection, "SELECT 1 FROM sessions WHERE end_ms < ? LIMIT 1");
+        candidates = find.Bind(cutoff).Next();
+        if (!find.Ok())
+            return result;
+    }
+    if (candidates && !Query(*m_connection, "DELETE FROM sessions WHERE end_ms < ? AND id NOT IN "
+                                            "(SELECT session FROM records WHERE session IS NOT NULL)")
+                           .Bind(cutoff)
+                           .Run())
         return result;
     std::map<std::string, long long> counts;
     if (result.removedByAge > 0)
