@@ -182,6 +182,10 @@ LibraryMessageSender::CandidatePlaces(Path const& configured, Path const& key, c
 // signature verifies, which none does on this platform.
 SearchInputs LibraryMessageSender::TakeSearchInputs() const
 {
+    // Set as the search sets it first, so that the inputs hold the settings
+    // the search starts from and the next message need not search again.
+    if (!m_workingPath.IsEmpty())
+        LibraryPathManager::SSetWorkingPath(m_workingPath);
     LibraryPathManager::State const settings = LibraryPathManager::Instance().GetState();
     std::vector<Path> files;
     for (CandidatePlace const& place : CandidatePlaces(settings.libraryPath, settings.libraryPathKey, nullptr))
