@@ -11,20 +11,19 @@
 # namespace (tests/memcheck.sh).
 #
 # Root gets the namespace directly. An ordinary user gets it inside a user
-# namespace in which the user counts as root (unshare -r), which the kernel
-# allows unless user namespaces are switched off; the mounts are made there,
-# and the program then runs as the user again, in a nested user namespace
-# that maps the user's own ids, so that it sees the same user and home folder
-# as outside. Where neither works, the program runs as it is, and
-# QDX_TEST_ISOLATED stays unset so that tests needing isolation skip.
+# namespace of its own, which the kernel allows unless user namespaces are
+# switched off: the user keeps its ids there (so a test sees the same user
+# and home folder as outside) and holds, within the namespace, the
+# capabilities that root has, kept across exec (unshare --keep-caps), for
+# the mounts that this launcher and some tests make. Where neither works,
+# the program runs as it is, and QDX_TEST_ISOLATED stays unset so that tests
+# needing isolation skip.
 set -euo pipefail
 
 if [[ "${1:-}" == "--inside" ]]; then
-    # --inside UID GID SOURCE_DIR BUILD_DIR PROGRAM...: UID and GID are the
-    # user to run the program as, empty when the mounts are made as that user.
-    user=$2 group=$3 source_dir=$4 build_dir=$5
-    shift 5
-    home=$(getent passwd "${user:-$(id -u)}" | cut -d: -f6)
+    source_dir=$2 build_dir=$3
+    shift 3
+    home=$(getent passwd "$(id -u)" | cut -d: -f6)
     covered=(/tmp /opt)
     for folder in "$home" "${HOME:-}"; do
         [[ -n "$folder" && "$folder" != / && -d "$folder" && ! " ${covered[*]} " =~ " $folder " ]] && covered+=("$folder")
@@ -50,21 +49,19 @@ if [[ "${1:-}" == "--inside" ]]; then
         exec {fd}<&-
     done
     export QDX_TEST_ISOLATED=1
-    launcher=()
-    [[ -n "${QDX_TEST_LAUNCHER:-}" ]] && launcher=("$QDX_TEST_LAUNCHER")
-    if [[ -n "$user" ]]; then
-        exec unshare --user --map-user="$user" --map-group="$group" -- "${launcher[@]}" "$@"
-    fi
-    exec "${launcher[@]}" "$@"
+    [[ -n "${QDX_TEST_LAUNCHER:-}" ]] && set -- "$QDX_TEST_LAUNCHER" "$@"
+    exec "$@"
 fi
 
 source_dir=$1 build_dir=$2
 shift 2
-if [[ $(id -u) -eq 0 ]] && unshare -m --propagation private true 2>/dev/null; then
-    exec unshare -m --propagation private -- "$0" --inside "" "" "$source_dir" "$build_dir" "$@"
+if [[ $(id -u) -eq 0 ]]; then
+    namespace=(unshare -m --propagation private)
+else
+    namespace=(unshare --user --map-user="$(id -u)" --map-group="$(id -g)" --keep-caps -m --propagation private)
 fi
-if [[ $(id -u) -ne 0 ]] && unshare -r -m --propagation private true 2>/dev/null; then
-    exec unshare -r -m --propagation private -- "$0" --inside "$(id -u)" "$(id -g)" "$source_dir" "$build_dir" "$@"
+if "${namespace[@]}" true 2>/dev/null; then
+    exec "${namespace[@]}" -- "$0" --inside "$source_dir" "$build_dir" "$@"
 fi
 [[ -n "${QDX_TEST_LAUNCHER:-}" ]] && set -- "$QDX_TEST_LAUNCHER" "$@"
 exec "$@"
