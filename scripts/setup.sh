@@ -5,13 +5,13 @@
 set -euo pipefail
 
 # abigail-tools for the binary compatibility gate (abidw, abidiff),
-# clang-format-14 for the formatting check.
+# clang-format-14 for the formatting check, valgrind for the memcheck run.
 required=(cmake ninja-build g++ pkg-config binutils util-linux rapidjson-dev libattr1-dev
           libgtest-dev libbenchmark-dev libsqlite3-dev libzstd-dev libssl-dev libcli11-dev
-          abigail-tools clang-format-14)
-# clang for the fuzz targets (the test command skips them without it),
-# valgrind for the instruction counts of the benchmarks.
-optional=(clang libclang-rt-14-dev valgrind)
+          abigail-tools clang-format-14 valgrind)
+# clang for the fuzz targets (the test command skips them without it), gcovr
+# for scripts/coverage.sh, strace for bench/syscall_count.sh.
+optional=(clang libclang-rt-14-dev gcovr strace)
 
 missing=()
 for package in "${required[@]}" "${optional[@]}"; do

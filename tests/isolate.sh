@@ -7,14 +7,22 @@
 #
 #   isolate.sh SOURCE_DIR BUILD_DIR PROGRAM [ARGUMENTS...]
 #
-# Without the right to create a namespace (not root) the program runs as it
-# is, and QDX_TEST_ISOLATED stays unset so that tests needing isolation skip.
+# QDX_TEST_LAUNCHER, when set, names a program that runs PROGRAM inside the
+# namespace (tests/memcheck.sh).
+#
+# Root gets the namespace directly. An ordinary user gets it inside a user
+# namespace of its own, which the kernel allows unless user namespaces are
+# switched off: the user keeps its ids there (so a test sees the same user
+# and home folder as outside) and holds, within the namespace, the
+# capabilities that root has, kept across exec (unshare --keep-caps), for
+# the mounts that this launcher and some tests make. Where neither works,
+# the program runs as it is, and QDX_TEST_ISOLATED stays unset so that tests
+# needing isolation skip.
 set -euo pipefail
 
 if [[ "${1:-}" == "--inside" ]]; then
-    shift
-    source_dir=$1 build_dir=$2
-    shift 2
+    source_dir=$2 build_dir=$3
+    shift 3
     home=$(getent passwd "$(id -u)" | cut -d: -f6)
     covered=(/tmp /opt)
     for folder in "$home" "${HOME:-}"; do
@@ -41,12 +49,19 @@ if [[ "${1:-}" == "--inside" ]]; then
         exec {fd}<&-
     done
     export QDX_TEST_ISOLATED=1
+    [[ -n "${QDX_TEST_LAUNCHER:-}" ]] && set -- "$QDX_TEST_LAUNCHER" "$@"
     exec "$@"
 fi
 
 source_dir=$1 build_dir=$2
 shift 2
-if [[ $(id -u) -eq 0 ]] && unshare -m --propagation private true 2>/dev/null; then
-    exec unshare -m --propagation private -- "$0" --inside "$source_dir" "$build_dir" "$@"
+if [[ $(id -u) -eq 0 ]]; then
+    namespace=(unshare -m --propagation private)
+else
+    namespace=(unshare --user --map-user="$(id -u)" --map-group="$(id -g)" --keep-caps -m --propagation private)
 fi
+if "${namespace[@]}" true 2>/dev/null; then
+    exec "${namespace[@]}" -- "$0" --inside "$source_dir" "$build_dir" "$@"
+fi
+[[ -n "${QDX_TEST_LAUNCHER:-}" ]] && set -- "$QDX_TEST_LAUNCHER" "$@"
 exec "$@"

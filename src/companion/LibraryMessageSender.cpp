@@ -2,6 +2,7 @@
 
 #include "companion/LibraryPathManager.h"
 #include "companion/QDXLibraryEntry.h"
+#include "companion/SearchInputs.h"
 #include "support/Logger.h"
 #include "support/StdProcessLibrary.h"
 
@@ -72,8 +73,26 @@ int LibraryMessageSender::Load()
         return GetStatus();
     if (IsLoaded())
         return QdxResult_Success;
-    if (LoadLibraryWithPath(LocateLibrary(false, true, nullptr)))
-        return QdxResult_Success;
+    // Without a copy anywhere, every message would search again; a few stats
+    // show whether anything the search depends on has changed since the last
+    // one, so only a change costs a search.
+    if (m_fruitlessSearch != nullptr && m_fruitlessSearch->StillHold(m_workingPath, LibraryPathManager::Instance())) {
+        if (Logger* const logger = Logger::IfEnabled(Logger::LogLevel_Debug))
+            logger->Log(Logger::LogLevel_Debug,
+                        "Library %s not found: no searched folder changed since the last search",
+                        GetModuleName().c_str());
+    } else {
+        m_fruitlessSearch.reset();
+        // Taken before the search, so that a change while it runs shows next time.
+        SearchInputs inputs = TakeSearchInputs();
+        bool foundCopy = false;
+        Path const folder = Locate(false, nullptr, foundCopy);
+        if (LoadLibraryWithPath(folder))
+            return QdxResult_Success;
+        // A missing folder of its own is warned about at every search, so it is searched for every time.
+        if (!foundCopy && inputs.IsConclusive() && folder.Exists())
+            m_fruitlessSearch = std::make_unique<SearchInputs>(std::move(inputs));
+    }
     // A status recorded by an earlier initialisation says more than the generic code.
     int const status = GetStatus();
     if (status == QdxResult_Success)
@@ -103,11 +122,15 @@ int LibraryMessageSender::GetStatus() const
 
 Path LibraryMessageSender::LocateLibrary(bool appendModuleName, bool, char const* extraFolder) const
 {
+    bool foundCopy = false;
+    return Locate(appendModuleName, extraFolder, foundCopy);
+}
+
+Path LibraryMessageSender::Locate(bool appendModuleName, char const* extraFolder, bool& foundCopy) const
+{
     if (!m_workingPath.IsEmpty())
         LibraryPathManager::SSetWorkingPath(m_workingPath);
     Path const configured = GetLibraryPath();
-    bool const relative = configured.IsRelativePath();
-    Path const moduleName = GetModuleName();
 
     QDXLibraryManager::QDXLibraryEntrySet entries;
     auto const admit = [&entries](Path const& file, int priority) {
@@ -120,29 +143,67 @@ Path LibraryMessageSender::LocateLibrary(bool appendModuleName, bool, char const
         entries.insert(QDXLibraryManager::QDXLibraryEntry{file, file.GetVersion(), priority});
         return true;
     };
-
-    if (!relative && !configured.IsEmpty()) {
-        admit(configured.Append(moduleName), 100);
-    } else if (relative) {
-        Path const key = GetLibraryPathKey();
-        if (!key.IsEmpty())
-            admit(key.Append(configured).Append(moduleName), 100);
+    for (CandidatePlace const& place : CandidatePlaces(configured, GetLibraryPathKey(), extraFolder)) {
+        for (Path const& file : place.files) {
+            if (admit(file, place.priority))
+                break;
+        }
     }
+
+    foundCopy = !entries.empty();
+    Path const moduleName = GetModuleName();
+    Path const result = entries.empty() ? OwnFolder() : entries.rbegin()->path.Parent();
+    return appendModuleName ? result.Append(moduleName) : result;
+}
+
+std::vector<LibraryMessageSender::CandidatePlace>
+LibraryMessageSender::CandidatePlaces(Path const& configured, Path const& key, char const* extraFolder) const
+{
+    bool const relative = configured.IsRelativePath();
+    Path const moduleName = GetModuleName();
+    std::vector<CandidatePlace> places;
+    if (!relative && !configured.IsEmpty())
+        places.push_back({{configured.Append(moduleName)}, 100});
+    else if (relative && !key.IsEmpty())
+        places.push_back({{key.Append(configured).Append(moduleName)}, 100});
     if (extraFolder != nullptr && *extraFolder != '\0') {
         Path const folder = relative ? Path(extraFolder).Append(configured) : Path(extraFolder);
-        admit(folder.Append(moduleName), 100);
+        places.push_back({{folder.Append(moduleName)}, 100});
     }
-    Path const ownFolder = Path::GetSpecialFolderPath(Path::SpecialFolder_Module, false).Parent();
-    Path const hostFolder = Path::GetSpecialFolderPath(Path::SpecialFolder_Executable, false).Parent();
     int priority = 1;
-    for (Path const& folder : {ownFolder, hostFolder}) {
-        if (!folder.IsEmpty() && !(relative && admit(folder.Append(configured).Append(moduleName), priority)))
-            admit(folder.Append(moduleName), priority);
+    for (Path const& folder : {OwnFolder(), HostFolder()}) {
+        if (relative && !folder.IsEmpty())
+            places.push_back({{folder.Append(configured).Append(moduleName), folder.Append(moduleName)}, priority});
+        else if (!folder.IsEmpty())
+            places.push_back({{folder.Append(moduleName)}, priority});
         --priority;
     }
+    return places;
+}
 
-    Path const result = entries.empty() ? ownFolder : entries.rbegin()->path.Parent();
-    return appendModuleName ? result.Append(moduleName) : result;
+// The install folder is no input: a copy there is tried only when its
+// signature verifies, which none does on this platform.
+SearchInputs LibraryMessageSender::TakeSearchInputs() const
+{
+    // Set as the search sets it first, so that the inputs hold the settings
+    // the search starts from and the next message need not search again.
+    if (!m_workingPath.IsEmpty())
+        LibraryPathManager::SSetWorkingPath(m_workingPath);
+    LibraryPathManager::State const settings = LibraryPathManager::Instance().GetState();
+    std::vector<Path> files;
+    for (CandidatePlace const& place : CandidatePlaces(settings.libraryPath, settings.libraryPathKey, nullptr))
+        files.insert(files.end(), place.files.begin(), place.files.end());
+    return SearchInputs(m_workingPath, settings, files);
+}
+
+Path LibraryMessageSender::OwnFolder()
+{
+    return Path::GetSpecialFolderPath(Path::SpecialFolder_Module, false).Parent();
+}
+
+Path LibraryMessageSender::HostFolder()
+{
+    return Path::GetSpecialFolderPath(Path::SpecialFolder_Executable, false).Parent();
 }
 
 bool LibraryMessageSender::LoadLibraryWithPath(Path const& folder)
@@ -300,11 +361,8 @@ int LibraryMessageSender::SetLibraryPath(Path const& path, bool addToSearchPath)
     if (folder.Exists() && !folder.IsDir())
         folder = path.Parent();
     if (addToSearchPath && !folder.IsEmpty() && folder.IsRelativePath()) {
-        Path const besideThisLibrary =
-            Path::GetSpecialFolderPath(Path::SpecialFolder_Module, false).Parent().Append(folder);
-        folder = besideThisLibrary.Exists()
-                     ? besideThisLibrary
-                     : Path::GetSpecialFolderPath(Path::SpecialFolder_Executable, false).Parent().Append(folder);
+        Path const besideThisLibrary = OwnFolder().Append(folder);
+        folder = besideThisLibrary.Exists() ? besideThisLibrary : HostFolder().Append(folder);
     }
     if (addToSearchPath)
         StdProcessUtil::LibrarySetPath(folder);

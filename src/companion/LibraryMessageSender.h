@@ -6,10 +6,14 @@
 #include "support/StdMutex.h"
 
 #include <atomic>
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace Norvane {
 namespace QDXDesktopSDK {
+
+class SearchInputs;
 
 /// The channel to one companion library file, loaded on the first message.
 /// The newest copy of the file among the configured folder, this library's
@@ -19,8 +23,10 @@ namespace QDXDesktopSDK {
 /// followed by the entry-point suffix) are resolved and it is initialised.
 /// The companion answers its initialisation with a status in the codes of
 /// QdxResult.h; the disabling ones (see IsDisabled) switch the sender off for
-/// good, and QdxResult_Disabled also unloads the companion. Any thread may
-/// send; loading is serialised by the sender's load mutex; unloading is for
+/// good, and QdxResult_Disabled also unloads the companion. While no copy is
+/// found, every message searches again, but only after a few stats have shown
+/// that something the search depends on changed (see SearchInputs). Any thread
+/// may send; loading is serialised by the sender's load mutex; unloading is for
 /// shut-down only.
 class LibraryMessageSender : public MessageSender {
 public:
@@ -92,6 +98,18 @@ private:
     using InitializeExFunction = int (*)(char const*);
     using FinalizeFunction = void (*)();
 
+    /// The files a copy may be, per place, in the order the search takes
+    /// them; of each place's files, the first that exists is the candidate.
+    struct CandidatePlace {
+        std::vector<Path> files;
+        int priority;
+    };
+
+    Path Locate(bool appendModuleName, char const* extraFolder, bool& foundCopy) const;
+    std::vector<CandidatePlace> CandidatePlaces(Path const& configured, Path const& key, char const* extraFolder) const;
+    SearchInputs TakeSearchInputs() const;
+    static Path OwnFolder();
+    static Path HostFolder();
     void Initialise();
     void LogLoadAttempt(Path const& file, bool loaded, char const* loaderError) const;
 
@@ -113,6 +131,9 @@ private:
     StdMutex m_loadMutex;
     // Written under m_loadMutex, read without it by the fast path of Load().
     std::atomic<int> m_status{0};
+    // Guarded by m_loadMutex: what the last search depended on, when it found
+    // no copy and a change would show; null otherwise.
+    std::unique_ptr<SearchInputs> m_fruitlessSearch;
 };
 
 }  // namespace QDXDesktopSDK

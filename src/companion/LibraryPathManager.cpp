@@ -45,6 +45,8 @@ LibraryPathManager& LibraryPathManager::Instance()
     return instance;
 }
 
+Path LibraryPathManager::ConfigFileIn(Path const& workingPath) { return workingPath.Append(Path(kConfigFileName)); }
+
 void LibraryPathManager::SSetWorkingPath(Path const& workingPath)
 {
     LibraryPathManager& manager = Instance();
@@ -61,12 +63,26 @@ bool LibraryPathManager::IsLibraryPathConfigLoaded() const
     return HoldsValue(m_config);
 }
 
+LibraryPathManager::State LibraryPathManager::GetState() const
+{
+    StdAutoMutexLock const lock(m_mutex, -1);
+    return State{m_workingPath, HoldsValue(m_config), m_libraryPath, m_libraryPathKey};
+}
+
+bool LibraryPathManager::HoldsState(State const& state) const
+{
+    StdAutoMutexLock const lock(m_mutex, -1);
+    return state.configLoaded == HoldsValue(m_config) && state.workingPath.GetString() == m_workingPath.GetString() &&
+           state.libraryPath.GetString() == m_libraryPath.GetString() &&
+           state.libraryPathKey.GetString() == m_libraryPathKey.GetString();
+}
+
 bool LibraryPathManager::IsValidLibraryPathConfig()
 {
     StdAutoMutexLock const lock(m_mutex, -1);
     if (m_workingPath.IsEmpty())
         return false;
-    Path const file = m_workingPath.Append(Path(kConfigFileName));
+    Path const file = ConfigFileIn(m_workingPath);
     if (!file.Exists())
         return false;
     std::string const text = file.ReadFileAsString(-1);
@@ -154,8 +170,7 @@ bool LibraryPathManager::UpdateLibraryPathConfig(Path const& key, Path const& li
     QdxString const text = m_config.GetJsonString();
     // Replaced through a temporary file, so that a failed or interrupted write
     // leaves every host's entry as it was rather than a truncated file.
-    m_workingPath.Append(Path(kConfigFileName))
-        .WriteFile(text.c_str(), static_cast<long long>(text.size()), 0, "", nullptr);
+    ConfigFileIn(m_workingPath).WriteFile(text.c_str(), static_cast<long long>(text.size()), 0, "", nullptr);
     return true;
 }
 

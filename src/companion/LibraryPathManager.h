@@ -28,8 +28,18 @@ namespace QDXDesktopSDK {
 /// time-out for its whole duration.
 class LibraryPathManager {
 public:
+    /// What the instance holds, as one consistent copy.
+    struct State {
+        Path workingPath;
+        bool configLoaded = false;  ///< see IsLibraryPathConfigLoaded
+        Path libraryPath;
+        Path libraryPathKey;
+    };
+
     /// The process-wide instance, made on first use.
     static LibraryPathManager& Instance();
+    /// The configuration file in `workingPath`: workingPath / "slp.json".
+    static Path ConfigFileIn(Path const& workingPath);
 
     /// Sets the folder that holds "slp.json" on the process-wide instance. A
     /// folder other than the current one drops the loaded configuration, so
@@ -39,6 +49,11 @@ public:
     /// Whether a configuration is held: a file read since the last change of
     /// working folder that parsed to a value, or one built by an update.
     bool IsLibraryPathConfigLoaded() const;
+    /// Everything held now; reads nothing from the disk, so that a caller can
+    /// tell cheaply whether a query would answer as it did before.
+    State GetState() const;
+    /// Whether everything held equals `state` (texts compared as they are).
+    bool HoldsState(State const& state) const;
     /// Reads working folder / "slp.json" into the held configuration and tells
     /// whether it is usable: it exists, parses, and has "ProductLibraryPath".
     /// Without a working folder or without the file, nothing is read and the

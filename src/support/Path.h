@@ -180,13 +180,14 @@ public:
     static Path CurrentDir();
     static bool SetCurrentDir(Path const& folder);
 
-    /// Null `address`: the running executable's file. Otherwise the file of
-    /// the loaded object that contains `address`. Empty when it cannot be
-    /// found. `resolveLinks` has no effect on this platform.
+    /// Null `address`: the running executable's file, read once per process.
+    /// Otherwise the file of the loaded object that contains `address`. Empty
+    /// when it cannot be found. `resolveLinks` has no effect on this platform.
     static Path GetModuleFilePath(void const* address, bool resolveLinks);
     /// The folder or file of `kind`; with `create`, `CreateDir` is called on
     /// it. The home folder is the login name's password entry's, else the
-    /// effective user's, else $HOME.
+    /// effective user's, else $HOME. This library's own file, like the
+    /// executable's, is found once.
     static Path GetSpecialFolderPath(SpecialFolderPath kind, bool create);
 
     /// Permission bits applied by `CreateDir` and `WriteFile` (and `CopyFile`)

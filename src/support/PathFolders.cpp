@@ -86,6 +86,15 @@ Path FindMappedFile(std::string const& fileName)
     return found;
 }
 
+Path ReadExecutableLink()
+{
+    char link[64];
+    std::snprintf(link, sizeof link, "/proc/%lld/exe", StdProcessUtil::GetPid());
+    char target[4096];
+    ssize_t const length = readlink(link, target, sizeof target);
+    return length > 0 ? Path(std::string(target, static_cast<std::size_t>(length))) : Path();
+}
+
 }  // namespace
 
 Path Path::CurrentDir()
@@ -106,11 +115,11 @@ bool Path::SetCurrentDir(Path const& folder)
 Path Path::GetModuleFilePath(void const* address, bool /*resolveLinks*/)
 {
     if (address == nullptr) {
-        char link[64];
-        std::snprintf(link, sizeof link, "/proc/%lld/exe", StdProcessUtil::GetPid());
-        char target[4096];
-        ssize_t const length = readlink(link, target, sizeof target);
-        return length > 0 ? Path(std::string(target, static_cast<std::size_t>(length))) : Path();
+        // A process runs one executable for its whole life, and every message
+        // asks where it lies (the companion search, the host's configuration
+        // key), so the link is read once.
+        static Path const executable = ReadExecutableLink();
+        return executable;
     }
     Dl_info info;
     if (dladdr(address, &info) == 0 || info.dli_fname == nullptr)
@@ -139,9 +148,13 @@ Path Path::GetSpecialFolderPath(SpecialFolderPath kind, bool create)
         folder = GetModuleFilePath(nullptr, false);
         break;
     case SpecialFolder_Module:
-    case SpecialFolder_ModuleFile:
-        folder = GetModuleFilePath(&g_insideThisLibrary, false);
+    case SpecialFolder_ModuleFile: {
+        // This library's file stays the same while it is loaded; the search
+        // through the process's map that a relative name needs runs once.
+        static Path const ownFile = GetModuleFilePath(&g_insideThisLibrary, false);
+        folder = ownFile;
         break;
+    }
     case SpecialFolder_ExecutableFolder:
     case SpecialFolder_ApplicationFolder:
         folder = GetModuleFilePath(nullptr, false).Parent();

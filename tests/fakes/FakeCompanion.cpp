@@ -78,7 +78,8 @@ FAKE_EXPORT char const* FAKE_ENTRY(ProcessMessage)(char const* name, char const*
 {
     Record("ProcessMessage", name);
     std::lock_guard<std::mutex> const lock(s_mutex);
-    s_messages.emplace_back(name != nullptr ? name : "", data != nullptr ? data : "");
+    if (s_recording)
+        s_messages.emplace_back(name != nullptr ? name : "", data != nullptr ? data : "");
     if (s_echo && data != nullptr)
         return strdup(data);
     return s_answer != nullptr ? strdup(s_answer->c_str()) : nullptr;
@@ -97,7 +98,12 @@ FAKE_EXPORT void FAKE_ENTRY(FreeMessage)(char const* answer)
 FAKE_EXPORT void FakeSetInitializeStatus(int status) { s_initializeStatus = status; }
 // Answer with the argument text received.
 FAKE_EXPORT void FakeSetEcho(int echo) { s_echo = echo != 0; }
-FAKE_EXPORT void FakeSetRecording(int recording) { s_recording = recording != 0; }
+// Off: neither the calls nor the messages are kept, so that a long run keeps no memory.
+FAKE_EXPORT void FakeSetRecording(int recording)
+{
+    std::lock_guard<std::mutex> const lock(s_mutex);
+    s_recording = recording != 0;
+}
 
 /// The text that every following message is answered with; null for a null answer.
 FAKE_EXPORT void FakeSetAnswer(char const* text)

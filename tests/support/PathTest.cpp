@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -154,6 +155,60 @@ TEST_F(PathFilesTest, Copy)
     EXPECT_TRUE(At("src/a").CopyFile(At("src/a"))); // onto itself: kept, not truncated
     EXPECT_EQ("A", Read("src/a"));
     EXPECT_FALSE(At("src").Copy(At("src/inner"), false));
+}
+
+TEST_F(PathFilesTest, ReadsRangesSizesTimesAndMovesAcrossFileSystems)
+{
+    ASSERT_TRUE(Write(At("digits"), "0123456789"));
+    struct {
+        long long offset, size, got;
+        char const* bytes;
+    } const reads[] = {{2, 3, 3, "234"}, {8, 5, 2, "89"}, {20, 4, 0, ""}, {-1, 1, -1, ""}, {0, -1, -1, ""}};
+    for (auto const& r : reads) {
+        char buffer[16] = {};
+        EXPECT_EQ(r.got, At("digits").ReadFile(r.offset, r.size, buffer)) << r.offset << "+" << r.size;
+        EXPECT_STREQ(r.bytes, buffer) << r.offset << "+" << r.size;
+    }
+    EXPECT_EQ(-1, At("none").ReadFile(0, 1, nullptr));
+    EXPECT_EQ(10, At("digits").GetFileSize());
+    EXPECT_EQ(-1, At("none").GetFileSize());
+    EXPECT_TRUE(At("digits").SetFileTimes(1000, 2000));
+    EXPECT_TRUE(At("digits").SetFileTimes(-1, 5000));  // a negative time stays as it is
+    EXPECT_EQ(1000, At("digits").GetAccessTime());
+    EXPECT_EQ(5000, At("digits").GetModificationTime());
+    EXPECT_EQ(-1, At("none").GetModificationTime());
+
+    ASSERT_TRUE(Write(At("other"), "x"));
+    EXPECT_FALSE(At("digits").Move(At("other"), false));
+    EXPECT_TRUE(At("digits").Move(At("other"), true));
+    EXPECT_EQ("0123456789", Read("other"));
+    // The home folder is a file system of its own in the sandbox: copied, then deleted.
+    Path const home = Path::GetSpecialFolderPath(Path::SpecialFolder_Home, false).Append("moved");
+    EXPECT_TRUE(At("other").Move(home, false));
+    EXPECT_FALSE(At("other").Exists());
+    EXPECT_EQ("0123456789", home.ReadFileAsString(-1));
+}
+
+TEST_F(PathFilesTest, ExtendedAttributes)
+{
+    ASSERT_TRUE(Write(At("tagged"), "x"));
+    if (!At("tagged").SetExtendedAttribute("qdx", "first")) {
+        // tmpfs keeps attributes of the user namespace only from Linux 6.6 on.
+        ASSERT_EQ(ENOTSUP, errno);
+        GTEST_SKIP() << "this kernel keeps no user attributes on tmpfs";
+    }
+    std::string value;
+    EXPECT_TRUE(At("tagged").SetExtendedAttribute("qdx", "second"));
+    EXPECT_TRUE(At("tagged").GetExtendedAttribute("qdx", value));
+    EXPECT_EQ("second", value);
+    std::vector<std::string> names;
+    EXPECT_TRUE(At("tagged").ListExtendedAttributes(names));
+    EXPECT_EQ(std::vector<std::string>{"qdx"}, names);
+    EXPECT_TRUE(At("tagged").RemoveExtendedAttribute("qdx"));
+    EXPECT_FALSE(At("tagged").GetExtendedAttribute("qdx", value));
+    EXPECT_TRUE(value.empty());
+    EXPECT_FALSE(At("none").RemoveExtendedAttribute("qdx"));
+    EXPECT_FALSE(At("none").ListExtendedAttributes(names));
 }
 
 TEST(PathFoldersTest, HomeComesFromThePasswordEntryBeforeTheEnvironment)

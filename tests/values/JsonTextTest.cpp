@@ -31,6 +31,28 @@ TEST(JsonTextTest, NumbersAreIntegersWhenIntegralAndInRangeAndNonFiniteIsNull)
         EXPECT_EQ(c.expected, Json(JsonValue(c.number))) << c.expected;
     EXPECT_EQ("<null>", Json(JsonValue()));
 }
+
+TEST(JsonTextTest, ParsedNumbersKeepTheirValueAndOutOfRangeTextFails)
+{
+    struct {
+        char const* text;
+        double number;
+    } const cases[] = {{"-5", -5.0},
+                       {"-0", 0.0},
+                       {"18446744073709551615", 18446744073709551615.0},
+                       {"18446744073709551616", 0x1p64},
+                       {"-9223372036854775808", -0x1p63},
+                       {"-9223372036854775809", -0x1p63},
+                       {"1e-400", 0.0},
+                       {"2.5e3", 2500.0}};
+    for (auto const& c : cases) {
+        JsonValue const parsed = Parsed(std::string("[") + c.text + "]");
+        EXPECT_EQ(c.number, static_cast<double>(parsed[0])) << c.text;
+    }
+    JsonValue value;
+    EXPECT_FALSE(value.FromJsonString(QdxString("[1e400]")));  // no finite double holds it
+    EXPECT_FALSE(value.FromJsonString(QdxString("[-1e400]")));
+}
 TEST(JsonTextTest, StringsEscapeControlAndNonAsciiButWriteInvalidUtf8Raw)
 {
     Case const cases[] = {
