@@ -70,7 +70,10 @@ QdxBench::Operations const& Operations()
     return operations;
 }
 
-char const* NotReady() { return Shared().sender.IsLoaded() ? nullptr : "the fake companion did not load"; }
+char const* NotReady()
+{
+    return Shared().sender.IsLoaded() ? nullptr : "the fake companion did not load";
+}
 
 // Three candidate folders: a configured one and an extra one holding copies of
 // different versions, and this program's own folder, which holds none.

@@ -95,7 +95,10 @@ QdxString const& UseCoreCompanion(CoreCompanion companion, bool emptyStore)
     return s_sessionId;
 }
 
-void UnloadCoreCompanion() { Unload(); }
+void UnloadCoreCompanion()
+{
+    Unload();
+}
 
 void ConfigureLocalCore(std::string const& lines)
 {
@@ -135,7 +138,10 @@ long long DroppedRecords(JsonValue const& status)
     return dropped;
 }
 
-long long DatabaseFileBytes() { return FileBytes(s_database) + FileBytes(s_database + "-wal"); }
+long long DatabaseFileBytes()
+{
+    return FileBytes(s_database) + FileBytes(s_database + "-wal");
+}
 
 long long RecordsOnDisk()
 {

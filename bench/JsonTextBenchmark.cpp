@@ -69,7 +69,10 @@ void RawParse()
     benchmark::DoNotOptimize(document.HasParseError());
 }
 
-void RawRoundTrip() { QdxBench::RawRoundTrip(Shared().document); }
+void RawRoundTrip()
+{
+    QdxBench::RawRoundTrip(Shared().document);
+}
 
 QdxBench::Operations const& Operations()
 {
@@ -85,4 +88,7 @@ QdxBench::Operations const& Operations()
 
 }  // namespace
 
-int main(int argc, char** argv) { return QdxBench::Main(argc, argv, Operations()); }
+int main(int argc, char** argv)
+{
+    return QdxBench::Main(argc, argv, Operations());
+}

@@ -91,7 +91,10 @@ void FlushUntilDone()
     }
 }
 
-double Seconds(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
+double Seconds(Clock::time_point start)
+{
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
 
 double ThreadCpuSeconds()
 {

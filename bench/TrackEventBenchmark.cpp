@@ -41,9 +41,15 @@ Fixture& Shared()
     return fixture;
 }
 
-void TrackOne() { benchmark::DoNotOptimize(TrackEvent(Shared().sessionId, Shared().core, nullptr)); }
+void TrackOne()
+{
+    benchmark::DoNotOptimize(TrackEvent(Shared().sessionId, Shared().core, nullptr));
+}
 
-void RawRoundTrip() { QdxBench::RawRoundTrip(Shared().sentBody); }
+void RawRoundTrip()
+{
+    QdxBench::RawRoundTrip(Shared().sentBody);
+}
 
 QdxBench::Operations const& Operations()
 {

@@ -25,10 +25,16 @@ __attribute__((used)) static const char version[] = "$Id: QdxSDKCore,v 1.0.0.1 "
 // Called once after each load, with an empty text; the result is the status.
 // 0: ready. 12: unload this library at once and never load it again in this
 // process. 1 and 8 also forbid a later load, but keep this one in use.
-COMPANION_ENTRY int InitializeEx_QdxSDKCore(char const* /*initialisationText*/) noexcept { return 0; }
+COMPANION_ENTRY int InitializeEx_QdxSDKCore(char const* /*initialisationText*/) noexcept
+{
+    return 0;
+}
 
 // Called instead of InitializeEx_QdxSDKCore only when that one is missing.
-COMPANION_ENTRY int Initialize_QdxSDKCore() noexcept { return 0; }
+COMPANION_ENTRY int Initialize_QdxSDKCore() noexcept
+{
+    return 0;
+}
 
 // Called once before the library is closed.
 COMPANION_ENTRY void Finalize_QdxSDKCore() noexcept {}
@@ -41,4 +47,7 @@ COMPANION_ENTRY char const* ProcessMessage_QdxSDKCore(char const* /*name*/, char
 }
 
 // Called with every answer of ProcessMessage once it is copied, null included.
-COMPANION_ENTRY void FreeMessage_QdxSDKCore(char const* answer) noexcept { std::free(const_cast<char*>(answer)); }
+COMPANION_ENTRY void FreeMessage_QdxSDKCore(char const* answer) noexcept
+{
+    std::free(const_cast<char*>(answer));
+}

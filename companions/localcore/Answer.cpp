@@ -12,15 +12,15 @@ namespace LocalCore {
 namespace {
 
 // One block, so that "is this constant?" is a range test.
-constexpr int kCannedCodes[] = {CoreCode_Success,        CoreCode_Disabled,      CoreCode_UnknownMessage,
-                                CoreCode_BadArguments,   CoreCode_UnknownSession, CoreCode_NotConsented,
-                                CoreCode_QueueFull,      CoreCode_NoStorage,     CoreCode_DialogNotShown,
-                                CoreCode_NoDialogStrings, CoreCode_TimedOut,     CoreCode_StoreError};
+constexpr int kCannedCodes[] = {CoreCode_Success,         CoreCode_Disabled,       CoreCode_UnknownMessage,
+                                CoreCode_BadArguments,    CoreCode_UnknownSession, CoreCode_NotConsented,
+                                CoreCode_QueueFull,       CoreCode_NoStorage,      CoreCode_DialogNotShown,
+                                CoreCode_NoDialogStrings, CoreCode_TimedOut,       CoreCode_StoreError};
 constexpr int kCannedCount = sizeof kCannedCodes / sizeof kCannedCodes[0];
-char const kCanned[kCannedCount][24] = {
-    "{\"_returnCode\":0}",   "{\"_returnCode\":8}",   "{\"_returnCode\":100}", "{\"_returnCode\":101}",
-    "{\"_returnCode\":102}", "{\"_returnCode\":103}", "{\"_returnCode\":104}", "{\"_returnCode\":105}",
-    "{\"_returnCode\":106}", "{\"_returnCode\":107}", "{\"_returnCode\":108}", "{\"_returnCode\":109}"};
+char const kCanned[kCannedCount][24] = {"{\"_returnCode\":0}",   "{\"_returnCode\":8}",   "{\"_returnCode\":100}",
+                                        "{\"_returnCode\":101}", "{\"_returnCode\":102}", "{\"_returnCode\":103}",
+                                        "{\"_returnCode\":104}", "{\"_returnCode\":105}", "{\"_returnCode\":106}",
+                                        "{\"_returnCode\":107}", "{\"_returnCode\":108}", "{\"_returnCode\":109}"};
 
 char* Allocated(std::string const& text)
 {

@@ -12,10 +12,10 @@ namespace LocalCore {
 /// KEY=VALUE; "#" starts a comment line. Sizes take an optional K, M or G
 /// suffix (powers of 1024).
 struct CoreConfig {
-    long long maxBytes = 64LL << 20;   ///< QDX_LOCALCORE_MAX_BYTES: the store's size
-    long long maxAgeDays = 30;         ///< QDX_LOCALCORE_MAX_AGE_DAYS: records older than this are removed
-    std::size_t queueBytes = 8u << 20; ///< QDX_LOCALCORE_QUEUE_BYTES: the queue to the writer
-    long long durabilityMs = 1000;     ///< QDX_LOCALCORE_DURABILITY_MS: a stored record is synced within this
+    long long maxBytes = 64LL << 20;    ///< QDX_LOCALCORE_MAX_BYTES: the store's size
+    long long maxAgeDays = 30;          ///< QDX_LOCALCORE_MAX_AGE_DAYS: records older than this are removed
+    std::size_t queueBytes = 8u << 20;  ///< QDX_LOCALCORE_QUEUE_BYTES: the queue to the writer
+    long long durabilityMs = 1000;      ///< QDX_LOCALCORE_DURABILITY_MS: a stored record is synced within this
 
     /// The configuration in `file`; defaults for what is missing. Unknown
     /// keys and bad values are logged (CoreLog) and ignored.

@@ -34,9 +34,15 @@ int StartCore()
 
 }  // namespace
 
-CORE_EXPORT int Initialize_QdxSDKCore() { return StartCore(); }
+CORE_EXPORT int Initialize_QdxSDKCore()
+{
+    return StartCore();
+}
 
-CORE_EXPORT int InitializeEx_QdxSDKCore(char const*) { return StartCore(); }
+CORE_EXPORT int InitializeEx_QdxSDKCore(char const*)
+{
+    return StartCore();
+}
 
 CORE_EXPORT void Finalize_QdxSDKCore()
 {
@@ -59,4 +65,7 @@ CORE_EXPORT char const* ProcessMessage_QdxSDKCore(char const* name, char const* 
     }
 }
 
-CORE_EXPORT void FreeMessage_QdxSDKCore(char const* answer) { Norvane::LocalCore::FreeAnswer(answer); }
+CORE_EXPORT void FreeMessage_QdxSDKCore(char const* answer)
+{
+    Norvane::LocalCore::FreeAnswer(answer);
+}

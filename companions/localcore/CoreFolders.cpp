@@ -50,7 +50,7 @@ std::string HomeFolder()
 bool IsWritable(std::string path)
 {
     for (;;) {
-        struct stat status{};
+        struct stat status {};
         if (stat(path.c_str(), &status) == 0)
             return S_ISDIR(status.st_mode) && access(path.c_str(), W_OK) == 0;
         std::size_t const slash = path.find_last_of('/');

@@ -35,9 +35,15 @@ void SetCoreLogFolder(std::string const& folder)
         s_file[0] = '\0';
 }
 
-void LockCoreLogForFork() { s_mutex.lock(); }
+void LockCoreLogForFork()
+{
+    s_mutex.lock();
+}
 
-void UnlockCoreLogAfterFork() { s_mutex.unlock(); }
+void UnlockCoreLogAfterFork()
+{
+    s_mutex.unlock();
+}
 
 void CoreLog(char const* format, ...)
 {

@@ -11,9 +11,9 @@ namespace LocalCore {
 
 /// Names of the settings the core keeps in the database.
 namespace Setting {
-constexpr char kConsent[] = "consent";                  ///< "in" or "out"; absent until the user answers
-constexpr char kPreferences[] = "preferences";          ///< JSON object of consent preferences
-constexpr char kDialogShown[] = "dialog_shown";         ///< "1" once the consent dialog was shown
+constexpr char kConsent[] = "consent";                       ///< "in" or "out"; absent until the user answers
+constexpr char kPreferences[] = "preferences";               ///< JSON object of consent preferences
+constexpr char kDialogShown[] = "dialog_shown";              ///< "1" once the consent dialog was shown
 constexpr char kDialogPreferences[] = "dialog_preferences";  ///< JSON given with "SetPXDialogShown"
 constexpr char kDeviceId[] = "device_id";
 constexpr char kTovDeviceId[] = "tov_device_id";

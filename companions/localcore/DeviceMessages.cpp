@@ -48,7 +48,10 @@ std::string ModuleFile(std::string const& module, bool fromSdkFolder)
 
 }  // namespace
 
-char const* HandleGetDeviceID(LocalCore& core, Message const&) { return DeviceIdAnswer(core, Setting::kDeviceId); }
+char const* HandleGetDeviceID(LocalCore& core, Message const&)
+{
+    return DeviceIdAnswer(core, Setting::kDeviceId);
+}
 
 char const* HandleGetTOVDeviceID(LocalCore& core, Message const&)
 {
@@ -94,12 +97,11 @@ char const* HandleGetVersion(LocalCore&, Message const& message)
     auto const type = arguments.FindMember("type");
     std::string const module = StringMember(arguments, "module");
     auto const fromSdkFolder = arguments.FindMember("bFromQDXSDKFolder");
-    if (type == arguments.MemberEnd() || !type->value.IsInt() || type->value.GetInt() < 0 ||
-        type->value.GetInt() > 4 || module.empty())
+    if (type == arguments.MemberEnd() || !type->value.IsInt() || type->value.GetInt() < 0 || type->value.GetInt() > 4 ||
+        module.empty())
         return CodeAnswer(CoreCode_BadArguments);
     bool const sdkFolder = fromSdkFolder != arguments.MemberEnd() && fromSdkFolder->value.IsTrue();
-    unsigned long long const packed =
-        QDXDesktopSDK::ElfSymbol::ReadStampVersion(ModuleFile(module, sdkFolder));
+    unsigned long long const packed = QDXDesktopSDK::ElfSymbol::ReadStampVersion(ModuleFile(module, sdkFolder));
     int const part = type->value.GetInt();
     long long const version =
         part == 0 ? static_cast<long long>(packed) : static_cast<long long>((packed >> (16 * (4 - part))) & 0xFFFF);

@@ -142,7 +142,10 @@ void LocalCore::RemoveSetting(char const* name)
     Enqueue(std::move(item), false);
 }
 
-bool LocalCore::Flush() { return CurrentWriter().Flush(CloseTimeoutMs()); }
+bool LocalCore::Flush()
+{
+    return CurrentWriter().Flush(CloseTimeoutMs());
+}
 
 long long LocalCore::CloseTimeoutMs() const
 {
@@ -151,7 +154,10 @@ long long LocalCore::CloseTimeoutMs() const
     return timeout >= 0 ? timeout : kDefaultCloseTimeoutMs;
 }
 
-WriterStatus LocalCore::StoreStatus() { return CurrentWriter().Status(); }
+WriterStatus LocalCore::StoreStatus()
+{
+    return CurrentWriter().Status();
+}
 
 bool LocalCore::StorageUnavailable()
 {

@@ -91,7 +91,7 @@ char const* HandleFlushEvent(LocalCore& core, Message const&)
     if (!core.Flush())
         return CodeAnswer(CoreCode_TimedOut);
     WriterStatus const status = core.StoreStatus();
-    return CodeAnswer(!status.storageReady       ? CoreCode_NoStorage
+    return CodeAnswer(!status.storageReady        ? CoreCode_NoStorage
                       : !status.lastError.empty() ? CoreCode_StoreError
                                                   : CoreCode_Success);
 }

@@ -61,9 +61,9 @@ bool Parse(std::string const& line, WorkItem& item)
 
 bool Write(std::string const& folder, std::vector<WorkItem> const& items)
 {
-    long long const now = std::chrono::duration_cast<std::chrono::milliseconds>(
-                              std::chrono::system_clock::now().time_since_epoch())
-                              .count();
+    long long const now =
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch())
+            .count();
     std::string const path = folder + "/" + kPrefix + std::to_string(getpid()) + "-" + std::to_string(now) + kSuffix;
     int const file = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
     if (file < 0)

@@ -9,7 +9,10 @@ namespace LocalCore {
 
 namespace {
 
-bool IsSpace(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+bool IsSpace(char c)
+{
+    return c == ' ' || c == '\n' || c == '\r' || c == '\t';
+}
 
 char const* SkipSpace(char const* p)
 {

@@ -19,10 +19,10 @@ struct WorkItem {
     };
 
     Kind kind = Kind::Record;
-    long long timeMs = 0;   ///< when the message arrived (milliseconds since the epoch, UTC)
-    std::string name;       ///< the message name; the setting's name
-    std::string text;       ///< the argument text as received; the product facet; the setting's value
-    std::string sessionId;  ///< the session a record or session item names; empty for none
+    long long timeMs = 0;           ///< when the message arrived (milliseconds since the epoch, UTC)
+    std::string name;               ///< the message name; the setting's name
+    std::string text;               ///< the argument text as received; the product facet; the setting's value
+    std::string sessionId;          ///< the session a record or session item names; empty for none
     unsigned long long ticket = 0;  ///< given by the queue; 0 for items imported from a spill file
 
     /// What the item counts against the queue's limit.

@@ -18,7 +18,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr auto kIdleTick = std::chrono::seconds(1);  // housekeeping runs at least this often
-constexpr std::size_t kGroupsPerTake = 4;  // a take of more than this many group sizes is split
+constexpr std::size_t kGroupsPerTake = 4;            // a take of more than this many group sizes is split
 constexpr int kAttemptsPerGroup = 3;                 // then a group that cannot be written is dropped
 constexpr auto kRetryPause = std::chrono::milliseconds(200);
 constexpr auto kOpenRetryPause = std::chrono::seconds(30);  // a folder that was unusable may become usable
@@ -29,7 +29,10 @@ long long NowMs()
         .count();
 }
 
-bool IsRecord(WorkItem const& item) { return item.kind == WorkItem::Kind::Record; }
+bool IsRecord(WorkItem const& item)
+{
+    return item.kind == WorkItem::Kind::Record;
+}
 
 }  // namespace
 
@@ -39,11 +42,20 @@ Writer::Writer(Options options, WorkQueue& queue, CoreSettings& settings, DropCo
     m_status.database = m_options.folder + "/usage.db";
 }
 
-Writer::~Writer() { Stop(0); }
+Writer::~Writer()
+{
+    Stop(0);
+}
 
-void Writer::SetRecordObserver(RecordObserver observer) { m_observer = std::move(observer); }
+void Writer::SetRecordObserver(RecordObserver observer)
+{
+    m_observer = std::move(observer);
+}
 
-void Writer::SetHousekeeping(Housekeeping housekeeping) { m_housekeeping = std::move(housekeeping); }
+void Writer::SetHousekeeping(Housekeeping housekeeping)
+{
+    m_housekeeping = std::move(housekeeping);
+}
 
 void Writer::SetLimits(StoreLimits limits, long long durabilityMs)
 {

@@ -15,7 +15,10 @@ std::string PointerText(void const* pointer);
 
 /// The text of a string argument; "" for a null string, which would
 /// otherwise end a list of text pairs early.
-inline char const* ArgumentText(QdxString const& text) { return text.c_str() != nullptr ? text.c_str() : ""; }
+inline char const* ArgumentText(QdxString const& text)
+{
+    return text.c_str() != nullptr ? text.c_str() : "";
+}
 
 }  // namespace QDXDesktopSDK
 }  // namespace Norvane

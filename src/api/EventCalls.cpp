@@ -106,9 +106,15 @@ unsigned int IsCollectionEnabled(QdxString const& sessionId, QdxString const& na
     return GetLibraryMessageSender()->ProcessMessage("IsCollectionEnabled", arguments, arguments);
 }
 
-unsigned int GetDeviceID(QdxString& deviceId) { return GetDeviceId("GetDeviceID", deviceId); }
+unsigned int GetDeviceID(QdxString& deviceId)
+{
+    return GetDeviceId("GetDeviceID", deviceId);
+}
 
-unsigned int GetTOVDeviceID(QdxString& deviceId) { return GetDeviceId("GetTOVDeviceID", deviceId); }
+unsigned int GetTOVDeviceID(QdxString& deviceId)
+{
+    return GetDeviceId("GetTOVDeviceID", deviceId);
+}
 
 unsigned int GetSHA256Hash(void const* data, int size, QdxString& hash)
 {
@@ -123,8 +129,8 @@ unsigned int GetSHA256Hash(void const* data, int size, QdxString& hash)
 bool SetHostProduct(QdxString const& sessionId)
 {
     JsonValue result;
-    return GetLibraryMessageSender()->ProcessMessageWithArguments("SetHostProduct", result, "session_id",
-                                                                  ArgumentText(sessionId), nullptr) == QdxResult_Success;
+    return GetLibraryMessageSender()->ProcessMessageWithArguments(
+               "SetHostProduct", result, "session_id", ArgumentText(sessionId), nullptr) == QdxResult_Success;
 }
 
 long long GetVersion(VersionType type, char const* module, bool fromSdkFolder)

@@ -26,7 +26,10 @@ void OnShutdown()
 void Finalize_QdxSDKWrapper() {}
 
 namespace {
-__attribute__((destructor)) void DllMain_UnLoad() { Finalize_QdxSDKWrapper(); }
+__attribute__((destructor)) void DllMain_UnLoad()
+{
+    Finalize_QdxSDKWrapper();
+}
 }  // namespace
 
 }  // namespace QDXDesktopSDK

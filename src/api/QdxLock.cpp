@@ -14,7 +14,10 @@ QdxLock::~QdxLock()
     m_mutex = nullptr;
 }
 
-bool QdxLock::Lock() { return m_mutex != nullptr && m_mutex->lock(); }
+bool QdxLock::Lock()
+{
+    return m_mutex != nullptr && m_mutex->lock();
+}
 
 void QdxLock::Unlock()
 {
@@ -22,7 +25,10 @@ void QdxLock::Unlock()
         m_mutex->unlock();
 }
 
-QdxAutoLock::QdxAutoLock(QdxLock& lock) : m_lock(lock), m_locked(false) { m_locked = m_lock.Lock(); }
+QdxAutoLock::QdxAutoLock(QdxLock& lock) : m_lock(lock), m_locked(false)
+{
+    m_locked = m_lock.Lock();
+}
 
 QdxAutoLock::~QdxAutoLock()
 {

@@ -8,7 +8,10 @@ namespace Norvane {
 namespace QDXDesktopSDK {
 
 namespace {
-bool IsNullHandle(JsonValue const& value) { return JsonValueAccess::Impl(value) == nullptr; }
+bool IsNullHandle(JsonValue const& value)
+{
+    return JsonValueAccess::Impl(value) == nullptr;
+}
 }  // namespace
 
 unsigned int UnInitialize(QdxString const& sessionId)

@@ -29,9 +29,7 @@ std::string EntryPointSuffix(char const* loadableModuleName, char const* entryPo
 
 LibraryMessageSender::LibraryMessageSender(char const* loadableModuleName, char const* entryPointSuffix,
                                            char const* installPath)
-    : MessageSender(nullptr, nullptr),
-      m_loadableModuleName(loadableModuleName),
-      m_installPath(installPath)
+    : MessageSender(nullptr, nullptr), m_loadableModuleName(loadableModuleName), m_installPath(installPath)
 {
     std::string const suffix = EntryPointSuffix(loadableModuleName, entryPointSuffix);
     m_initializeName = "Initialize" + suffix;
@@ -52,8 +50,7 @@ int LibraryMessageSender::ProcessMessage(std::string const& name, JsonValue cons
     return code != QdxResult_Success ? code : SendMessage(name, arguments, result);
 }
 
-int LibraryMessageSender::ProcessMessageWithArguments(std::string const& name, JsonValue& result, char const* key,
-                                                      ...)
+int LibraryMessageSender::ProcessMessageWithArguments(std::string const& name, JsonValue& result, char const* key, ...)
 {
     va_list values;
     va_start(values, key);

@@ -45,7 +45,10 @@ LibraryPathManager& LibraryPathManager::Instance()
     return instance;
 }
 
-Path LibraryPathManager::ConfigFileIn(Path const& workingPath) { return workingPath.Append(Path(kConfigFileName)); }
+Path LibraryPathManager::ConfigFileIn(Path const& workingPath)
+{
+    return workingPath.Append(Path(kConfigFileName));
+}
 
 void LibraryPathManager::SSetWorkingPath(Path const& workingPath)
 {

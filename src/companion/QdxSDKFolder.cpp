@@ -40,7 +40,10 @@ Path ComputeSdkFolderPath()
     return Path::GetSpecialFolderPath(Path::SpecialFolder_CommonData, false).Append(kMakerFolder).Append(kSdkFolder);
 }
 
-Path AppendIfGiven(Path const& folder, char const* sub) { return sub != nullptr ? folder.Append(sub) : folder; }
+Path AppendIfGiven(Path const& folder, char const* sub)
+{
+    return sub != nullptr ? folder.Append(sub) : folder;
+}
 
 Path InstallBinFolder(char const* installation, char const* sub)
 {
@@ -128,13 +131,25 @@ Path GetUserQDXSDKFolderPath(Path const& home)
     return home.Append(kUserFolder).Append(kSdkFolder);
 }
 
-Path GetQDXSDK_SYSTEMFolderPath(char const* sub) { return GetQDXSDKFolderPath(sub); }
+Path GetQDXSDK_SYSTEMFolderPath(char const* sub)
+{
+    return GetQDXSDKFolderPath(sub);
+}
 
-Path GetQDXSDKBinFolderPath(char const* sub) { return InstallBinFolder(kDesktopSdkFolder, sub); }
+Path GetQDXSDKBinFolderPath(char const* sub)
+{
+    return InstallBinFolder(kDesktopSdkFolder, sub);
+}
 
-Path GetGlintBinFolderPath(char const* sub) { return InstallBinFolder(kGlintClientFolder, sub); }
+Path GetGlintBinFolderPath(char const* sub)
+{
+    return InstallBinFolder(kGlintClientFolder, sub);
+}
 
-Path GetCSStatusFilePath() { return GetQDXSDKFolderPath(kStatusFile); }
+Path GetCSStatusFilePath()
+{
+    return GetQDXSDKFolderPath(kStatusFile);
+}
 
 int CleanupAllTempBinAtPath(Path const& folder)
 {

@@ -9,7 +9,8 @@ namespace QDXDesktopSDK {
 
 SearchInputs::SearchInputs(Path const& senderWorkingPath, LibraryPathManager::State settings,
                            std::vector<Path> const& candidateFiles)
-    : m_senderWorkingPath(senderWorkingPath.GetString()), m_settings(std::move(settings)),
+    : m_senderWorkingPath(senderWorkingPath.GetString()),
+      m_settings(std::move(settings)),
       // Read before any stat: a change after it is stamped no earlier than
       // this, less the file system's clock tick.
       m_takenAtNs(StdProcessUtil::GetLocalTime(StdProcessUtil::Time_Nanosecond))

@@ -27,7 +27,10 @@ private:
 
 }  // namespace
 
-Base::Base(JsonValue* value, bool copy) : m_pData(nullptr), m_owned(false) { SetJsonValue(value, copy); }
+Base::Base(JsonValue* value, bool copy) : m_pData(nullptr), m_owned(false)
+{
+    SetJsonValue(value, copy);
+}
 
 Base::Base(Base const& other) : m_pData(nullptr), m_owned(false)
 {
@@ -64,7 +67,10 @@ Base& Base::operator=(Base&& other)
     return *this;
 }
 
-Base::~Base() { SetJsonValue(nullptr, false); }
+Base::~Base()
+{
+    SetJsonValue(nullptr, false);
+}
 
 JsonValue Base::Build(JsonValue const& moreData) const
 {

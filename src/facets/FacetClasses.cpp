@@ -46,9 +46,15 @@ JsonValue Content::Build(JsonValue const& moreData) const
     return result;
 }
 
-char const* Content::FacetName() { return "content"; }
+char const* Content::FacetName()
+{
+    return "content";
+}
 
-char const* Content::GetFacetName() const { return FacetName(); }
+char const* Content::GetFacetName() const
+{
+    return FacetName();
+}
 
 Base* Content::Clone() const
 {
@@ -63,7 +69,10 @@ long long Content::StartDocumentEditTimer()
     return m_editStart;
 }
 
-Base* New_Content(int const&, void*) { return new Content(nullptr, false); }
+Base* New_Content(int const&, void*)
+{
+    return new Content(nullptr, false);
+}
 
 }  // namespace Facet
 }  // namespace QDXDesktopSDK

@@ -36,7 +36,10 @@ std::map<std::string, FacetFactory> FacetFactories()
     };
 }
 
-bool HasValue(Base const& facet) { return &facet.Data() != &JsonValue::sNullValue; }
+bool HasValue(Base const& facet)
+{
+    return &facet.Data() != &JsonValue::sNullValue;
+}
 
 void DeleteFacets(FacetMap& facets)
 {
@@ -69,7 +72,10 @@ Core& Core::operator=(Core&& other)
     return *this;
 }
 
-Core::~Core() { Clear(); }
+Core::~Core()
+{
+    Clear();
+}
 
 Base* Core::GetFacetByName(char const* name, FacetCreationAction action)
 {
@@ -153,9 +159,15 @@ void Core::Clear()
     SetJsonValue(nullptr, false);
 }
 
-char const* Core::FacetName() { return "core"; }
+char const* Core::FacetName()
+{
+    return "core";
+}
 
-char const* Core::GetFacetName() const { return FacetName(); }
+char const* Core::GetFacetName() const
+{
+    return FacetName();
+}
 
 Base* Core::Clone() const
 {

@@ -44,7 +44,7 @@ class ElfFile {
 public:
     explicit ElfFile(std::string const& path) : m_descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK))
     {
-        struct stat status{};
+        struct stat status {};
         if (m_descriptor >= 0 && fstat(m_descriptor, &status) == 0 && S_ISREG(status.st_mode))
             m_size = static_cast<unsigned long long>(status.st_size);
     }

@@ -9,7 +9,10 @@
 namespace Norvane {
 namespace QDXDesktopSDK {
 
-bool Logger_GetAddPID(bool requested) { return requested || Path::GetTempPath().Append("qdxpid").Exists(); }
+bool Logger_GetAddPID(bool requested)
+{
+    return requested || Path::GetTempPath().Append("qdxpid").Exists();
+}
 
 // Registers only once fully built (not through the base constructor), so
 // that a line logged meanwhile by another thread never reaches a half-built
@@ -42,7 +45,10 @@ void LogTargetFile::Log(char const* line)
         std::fflush(static_cast<std::FILE*>(m_handle));
 }
 
-void LogTargetFile::Reset() { Close(false); }
+void LogTargetFile::Reset()
+{
+    Close(false);
+}
 
 void LogTargetFile::SetLogFile(char const* path, bool addProcessId)
 {

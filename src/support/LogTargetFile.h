@@ -39,8 +39,8 @@ public:
     bool Close(bool forgetPath);
 
 private:
-    Path m_path;                // guarded by m_mutex while opening and closing
-    void* m_handle = nullptr;   // the open FILE*; writes are serialised by the logger's mutex
+    Path m_path;               // guarded by m_mutex while opening and closing
+    void* m_handle = nullptr;  // the open FILE*; writes are serialised by the logger's mutex
     bool m_addProcessId;
     StdMutex m_mutex;
 };

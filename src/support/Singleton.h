@@ -49,8 +49,7 @@ public:
 
     /// GetInstanceImpl for a class `T` that names its creation function
     /// (InstanceFunctionImpl), kSingletonName and kSingletonOrder.
-    template <typename T>
-    static T* InstanceOf(SingletonFlag flag)
+    template <typename T> static T* InstanceOf(SingletonFlag flag)
     {
         return static_cast<T*>(GetInstanceImpl(&T::InstanceFunctionImpl, flag, T::kSingletonName, T::kSingletonOrder));
     }

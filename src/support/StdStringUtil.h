@@ -18,8 +18,8 @@ public:
     /// otherwise splitting stops after max(maxSplits, 1) tokens and the text
     /// after the separator that ended the last one, if not empty, becomes one
     /// further token as it is.
-    static std::vector<std::string> SplitString(std::string const& text, std::string const& separators,
-                                                bool keepEmpty, int maxSplits);
+    static std::vector<std::string> SplitString(std::string const& text, std::string const& separators, bool keepEmpty,
+                                                int maxSplits);
 };
 
 }  // namespace QDXDesktopSDK

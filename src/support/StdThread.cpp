@@ -31,7 +31,10 @@ StdThread::StdThread(ThreadFunction function, void* argument)
         Run(std::move(function), argument);
 }
 
-StdThread::~StdThread() { StdThread::Close(); }
+StdThread::~StdThread()
+{
+    StdThread::Close();
+}
 
 void StdThread::Close()
 {
@@ -79,7 +82,10 @@ long long StdThread::Run(ThreadFunction function, void* argument)
     return GetThreadId();
 }
 
-bool StdThread::IsRunning(bool) const { return GetThreadId() > 0; }
+bool StdThread::IsRunning(bool) const
+{
+    return GetThreadId() > 0;
+}
 
 bool StdThread::Wait(long long milliseconds)
 {
@@ -111,7 +117,10 @@ int StdThread::GetExitCode() const
     return m_exitCode;
 }
 
-bool StdThread::IsCurrentThreadIsMainThread() { return StdProcessUtil::GetThreadId() == StdProcessUtil::GetPid(); }
+bool StdThread::IsCurrentThreadIsMainThread()
+{
+    return StdProcessUtil::GetThreadId() == StdProcessUtil::GetPid();
+}
 
 int StdThread::RunFunctionOnMainThread(ThreadFunction const& function, void* argument)
 {

@@ -34,9 +34,7 @@ StdThreadManager::~StdThreadManager()
     StdAutoMutexLock drain(m_threadLock, -1);
 }
 
-StdAutoThreadLock::StdAutoThreadLock() : m_lock(ThreadLock(), -1)
-{
-}
+StdAutoThreadLock::StdAutoThreadLock() : m_lock(ThreadLock(), -1) {}
 
 }  // namespace QDXDesktopSDK
 }  // namespace Norvane

@@ -67,7 +67,10 @@ Singleton* TimerManager::InstanceFunctionImpl(Singleton*& slot, SingletonFlag fl
     return slot;
 }
 
-TimerManager* TimerManager::Instance(SingletonFlag flag) { return InstanceOf<TimerManager>(flag); }
+TimerManager* TimerManager::Instance(SingletonFlag flag)
+{
+    return InstanceOf<TimerManager>(flag);
+}
 
 TimerManager::TimerManager() : m_state(std::make_shared<LoopState>()) {}
 
@@ -174,7 +177,10 @@ bool TimerManager::Add(std::string const& name, long long periodSeconds, TimerCa
     return true;
 }
 
-bool TimerManager::OnTimerThread() const { return t_loopState == m_state.get(); }
+bool TimerManager::OnTimerThread() const
+{
+    return t_loopState == m_state.get();
+}
 
 int TimerManager::TimerLoop(std::shared_ptr<LoopState> const& state)
 {

@@ -152,8 +152,7 @@ int JsonValueImpl::Compare(JsonValueImpl const& other) const
     if (!m_members.empty() || !other.m_members.empty()) {
         if (m_members.size() != other.m_members.size())
             return static_cast<int>(m_members.size()) - static_cast<int>(other.m_members.size());
-        for (auto left = m_members.begin(), right = other.m_members.begin(); left != m_members.end();
-             ++left, ++right) {
+        for (auto left = m_members.begin(), right = other.m_members.begin(); left != m_members.end(); ++left, ++right) {
             int result = std::strcmp(left->first.c_str(), right->first.c_str());
             if (result == 0)
                 result = left->second.Compare(right->second);

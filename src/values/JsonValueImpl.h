@@ -49,11 +49,11 @@ public:
     std::string GetJsonString() const;
     bool FromString(std::string const& text);
 
-    int m_type;                                 ///< one of Type
-    double m_number;                            ///< a number's value; 1 or 0 for a boolean
-    std::string m_text;                         ///< a string's UTF-8 text
-    std::vector<JsonValue> m_elements;          ///< array elements, in order
-    std::map<std::string, JsonValue> m_members; ///< object members, by key bytewise
+    int m_type;                                  ///< one of Type
+    double m_number;                             ///< a number's value; 1 or 0 for a boolean
+    std::string m_text;                          ///< a string's UTF-8 text
+    std::vector<JsonValue> m_elements;           ///< array elements, in order
+    std::map<std::string, JsonValue> m_members;  ///< object members, by key bytewise
 };
 
 }  // namespace QDXDesktopSDK

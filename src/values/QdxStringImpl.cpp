@@ -45,8 +45,7 @@ int QdxStringImpl::compare(QdxStringImpl const& other) const
         if (bytes != 0)
             return bytes;
     }
-    long long const difference =
-        static_cast<long long>(m_text.size()) - static_cast<long long>(other.m_text.size());
+    long long const difference = static_cast<long long>(m_text.size()) - static_cast<long long>(other.m_text.size());
     return static_cast<int>(std::clamp<long long>(difference, INT_MIN, INT_MAX));
 }
 

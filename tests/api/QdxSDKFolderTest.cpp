@@ -21,7 +21,10 @@ using namespace Norvane::QDXDesktopSDK;
 
 namespace {
 
-Path Home() { return Path::GetSpecialFolderPath(Path::SpecialFolder_Home, false); }
+Path Home()
+{
+    return Path::GetSpecialFolderPath(Path::SpecialFolder_Home, false);
+}
 
 /// The stand-in client service, started as "QDXClientService" from `folder`.
 class RunningClientService {

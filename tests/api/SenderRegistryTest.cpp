@@ -22,8 +22,14 @@ Path SdkFolder()
 {
     return QdxSDKFolder::GetUserQDXSDKFolderPath(Path::GetSpecialFolderPath(Path::SpecialFolder_Home, false));
 }
-Path EnvironmentCopy() { return SdkFolder().Append("qdxdesktopsdk.env"); }
-Path ReloadRequest() { return SdkFolder().Append("JSON/InternalMessage.json.user"); }
+Path EnvironmentCopy()
+{
+    return SdkFolder().Append("qdxdesktopsdk.env");
+}
+Path ReloadRequest()
+{
+    return SdkFolder().Append("JSON/InternalMessage.json.user");
+}
 
 void WriteText(Path const& file, std::string const& text)
 {

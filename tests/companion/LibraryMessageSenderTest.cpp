@@ -19,15 +19,26 @@ using namespace Norvane::QDXDesktopSDK;
 
 namespace {
 // The channel returns its codes as int.
-constexpr int Code(QdxResultCode code) { return static_cast<int>(code); }
+constexpr int Code(QdxResultCode code)
+{
+    return static_cast<int>(code);
+}
 
 std::string s_lastName, s_lastData;
 char const* s_answer = "{\"_returnCode\": 0}";
 std::vector<char const*> s_freed;
 
-char const* Process(char const* name, char const* data) { s_lastName = name; s_lastData = data; return s_answer; }
+char const* Process(char const* name, char const* data)
+{
+    s_lastName = name;
+    s_lastData = data;
+    return s_answer;
+}
 
-void Free(char const* answer) { s_freed.push_back(answer); }
+void Free(char const* answer)
+{
+    s_freed.push_back(answer);
+}
 
 class LibraryMessageSenderTest : public ::testing::Test {
 protected:
@@ -152,7 +163,8 @@ TEST_F(LibraryMessageSenderTest, TwoThreadsRacingTheFirstMessageLoadOnce)
     EXPECT_EQ(0, codes[1]);
     std::string const pm = " ProcessMessage(Ping)", fm = " FreeMessage()";
     EXPECT_EQ(1u, std::set<std::string>({" InitializeEx()" + pm + pm + fm + fm, " InitializeEx()" + pm + fm + pm + fm})
-                      .count(fake.Log())) << fake.Log();
+                      .count(fake.Log()))
+        << fake.Log();
 }
 
 TEST(MessageSenderTest, AnswersBecomeResultsAndCodesAndGoBackThroughFreeMessage)
@@ -179,7 +191,7 @@ TEST(MessageSenderTest, AnswersBecomeResultsAndCodesAndGoBackThroughFreeMessage)
         EXPECT_STREQ(c.result, text.c_str() != nullptr ? text.c_str() : "<null>");
     }
     EXPECT_EQ("Ping", s_lastName);
-    EXPECT_EQ("", s_lastData);  // a null argument value is sent as an empty text
+    EXPECT_EQ("", s_lastData);    // a null argument value is sent as an empty text
     EXPECT_EQ(answers, s_freed);  // the very pointers, the null one too
 }
 

@@ -10,14 +10,24 @@ using namespace Norvane::QDXDesktopSDK;
 
 namespace {
 
-JsonValue Parse(std::string const& text) { JsonValue value; value.FromJsonString(text.c_str()); return value; }
+JsonValue Parse(std::string const& text)
+{
+    JsonValue value;
+    value.FromJsonString(text.c_str());
+    return value;
+}
 
 class LibraryPathManagerTest : public ::testing::Test {
 protected:
-    void SetUp() override { QDX_REQUIRE_ISOLATION(); ASSERT_TRUE(m_folder.CreateDir()); }
+    void SetUp() override
+    {
+        QDX_REQUIRE_ISOLATION();
+        ASSERT_TRUE(m_folder.CreateDir());
+    }
     static bool WriteConfig(Path const& folder, std::string const& text)
     {
-        return folder.Append("slp.json").WriteFile(text.data(), static_cast<long long>(text.size()), 0, nullptr, nullptr);
+        return folder.Append("slp.json")
+            .WriteFile(text.data(), static_cast<long long>(text.size()), 0, nullptr, nullptr);
     }
     static std::string Entry(std::string const& key, std::string const& libraryPath)
     {
@@ -58,8 +68,10 @@ TEST_F(LibraryPathManagerTest, UnusableFilesConfigureNothing)
     struct {
         char const* text;  // null: no file
         bool valid, loaded;
-    } const cases[] = {{nullptr, false, false}, {"{\"ProductLibraryPath\": {", false, false},
-                       {"[1, 2]", false, true}, {"{\"ProductLibraryPath\": 5}", true, true}};
+    } const cases[] = {{nullptr, false, false},
+                       {"{\"ProductLibraryPath\": {", false, false},
+                       {"[1, 2]", false, true},
+                       {"{\"ProductLibraryPath\": 5}", true, true}};
     for (auto const& c : cases) {
         SCOPED_TRACE(c.text != nullptr ? c.text : "no file");
         Path const folder = m_folder.Append(std::to_string(&c - cases));

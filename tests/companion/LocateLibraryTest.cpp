@@ -27,7 +27,10 @@ protected:
         ASSERT_TRUE(Path(LocatePrograms::kProbe).CopyFile(kLib.Append(Path(LocatePrograms::kProbe).FileName())));
         ASSERT_TRUE(Path("/tmp/working").CreateDir());
     }
-    static void Place(char const* built, Path const& folder) { ASSERT_TRUE(Path(built).CopyFile(folder.Append("QdxSDKCore.so"))); }
+    static void Place(char const* built, Path const& folder)
+    {
+        ASSERT_TRUE(Path(built).CopyFile(folder.Append("QdxSDKCore.so")));
+    }
 
     /// Runs the host: it must locate `located` (compared as paths, as the search may
     /// name its own folder "/tmp/app/bin/../lib"), and a first message give `code`
@@ -78,12 +81,11 @@ TEST_F(LocateLibraryTest, NoCopyLeavesTheOwnFolderAndAnUnstampedCopyIsChosenOnly
 TEST(QDXLibraryEntryTest, OrderIsVersionThenPriorityThenPathText)
 {
     using QDXLibraryManager::QDXLibraryEntry;
-    QDXLibraryEntry const entries[] = {  // each before the next
+    QDXLibraryEntry const entries[] = {
+        // each before the next
         {Path("/h.so"), 0x9000000000000000ULL, 0},  // versions compare through their signed difference
-        {Path("/z/a.so"), 0x0001000000000000ULL, 100},
-        {Path("/a/a.so"), 0x0002000000000000ULL, 0},
-        {Path("/a/a.so"), 0x0002000000000000ULL, 1},
-        {Path("/b/a.so"), 0x0002000000000000ULL, 1},
+        {Path("/z/a.so"), 0x0001000000000000ULL, 100}, {Path("/a/a.so"), 0x0002000000000000ULL, 0},
+        {Path("/a/a.so"), 0x0002000000000000ULL, 1},   {Path("/b/a.so"), 0x0002000000000000ULL, 1},
         {Path("/b/a.so2"), 0x0002000000000000ULL, 1},
     };
     for (std::size_t i = 0; i + 1 < std::size(entries); ++i) {

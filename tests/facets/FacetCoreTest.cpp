@@ -26,7 +26,10 @@ JsonValue J(char const* text)
     return value;
 }
 #define EXPECT_JSON(expected, actual) EXPECT_EQ(0, J(expected).Compare(actual)) << (actual).GetJsonString().c_str()
-JsonValue Body(Core const& core) { return core.Build(JsonValue()); }
+JsonValue Body(Core const& core)
+{
+    return core.Build(JsonValue());
+}
 }  // namespace
 
 TEST(FacetCoreTest, GetFacetByNameCreatesEachKnownFacetOnceOnTheCoreValue)

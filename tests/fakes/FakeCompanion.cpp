@@ -66,12 +66,21 @@ int Record(char const* entry, char const* detail)
 }  // namespace
 
 #ifndef FAKE_WITHOUT_INITIALIZE
-FAKE_EXPORT int FAKE_ENTRY(Initialize)() { return Record("Initialize", ""); }
+FAKE_EXPORT int FAKE_ENTRY(Initialize)()
+{
+    return Record("Initialize", "");
+}
 #endif
 #ifndef FAKE_WITHOUT_INITIALIZE_EX
-FAKE_EXPORT int FAKE_ENTRY(InitializeEx)(char const* text) { return Record("InitializeEx", text); }
+FAKE_EXPORT int FAKE_ENTRY(InitializeEx)(char const* text)
+{
+    return Record("InitializeEx", text);
+}
 #endif
-FAKE_EXPORT void FAKE_ENTRY(Finalize)() { Record("Finalize", ""); }
+FAKE_EXPORT void FAKE_ENTRY(Finalize)()
+{
+    Record("Finalize", "");
+}
 
 #ifndef FAKE_WITHOUT_PROCESS_MESSAGE
 FAKE_EXPORT char const* FAKE_ENTRY(ProcessMessage)(char const* name, char const* data)
@@ -95,9 +104,15 @@ FAKE_EXPORT void FAKE_ENTRY(FreeMessage)(char const* answer)
 #endif
 
 // Control functions, called before the companion is in use.
-FAKE_EXPORT void FakeSetInitializeStatus(int status) { s_initializeStatus = status; }
+FAKE_EXPORT void FakeSetInitializeStatus(int status)
+{
+    s_initializeStatus = status;
+}
 // Answer with the argument text received.
-FAKE_EXPORT void FakeSetEcho(int echo) { s_echo = echo != 0; }
+FAKE_EXPORT void FakeSetEcho(int echo)
+{
+    s_echo = echo != 0;
+}
 // Off: neither the calls nor the messages are kept, so that a long run keeps no memory.
 FAKE_EXPORT void FakeSetRecording(int recording)
 {

@@ -13,8 +13,14 @@ namespace {
 
 char const kBytes[] = "abcd";
 char* const kData = const_cast<char*>(kBytes);
-int GlintTarget(char const*, void*) { return 0; }
-int TestingTarget(JsonValue const&, void*, JsonValue&) { return 0; }
+int GlintTarget(char const*, void*)
+{
+    return 0;
+}
+int TestingTarget(JsonValue const&, void*, JsonValue&)
+{
+    return 0;
+}
 void* const kWindow = reinterpret_cast<void*>(std::uintptr_t{0x7f0012345678});
 std::string const kWindowNumber = std::to_string(0x7f0012345678ULL);
 std::string const kPackedVersion = std::to_string((5LL << 48) | (5LL << 32) | (34LL << 16) | 5);
@@ -348,8 +354,7 @@ TEST_F(ExportedCallsTest, TheAnswerDecidesTheResult)
         unsigned int const code = GetDeviceID(id);
         std::string const device = Outcome(code, id);
         std::string const hostProduct = Outcome(SetHostProduct("s1"));
-        EXPECT_EQ(test.outcome, device + " " + hostProduct + " " + Outcome(IsQDXDisabled()))
-            << test.answer;
+        EXPECT_EQ(test.outcome, device + " " + hostProduct + " " + Outcome(IsQDXDisabled())) << test.answer;
     }
 }
 

@@ -82,24 +82,40 @@ inline std::string PointerText(void const* pointer)
 inline std::string Outcome(unsigned int code)
 {
     switch (code) {
-    case QdxResult_Success: return "Success";
-    case QdxResult_CompanionNotLoaded: return "CompanionNotLoaded";
-    case QdxResult_NoReturnCode: return "NoReturnCode";
-    case QdxResult_InvalidArgument: return "InvalidArgument";
-    case QdxResult_NoEntryPoint: return "NoEntryPoint";
-    case QdxResult_Disabled: return "Disabled";
-    default: return std::to_string(code);
+    case QdxResult_Success:
+        return "Success";
+    case QdxResult_CompanionNotLoaded:
+        return "CompanionNotLoaded";
+    case QdxResult_NoReturnCode:
+        return "NoReturnCode";
+    case QdxResult_InvalidArgument:
+        return "InvalidArgument";
+    case QdxResult_NoEntryPoint:
+        return "NoEntryPoint";
+    case QdxResult_Disabled:
+        return "Disabled";
+    default:
+        return std::to_string(code);
     }
 }
 inline std::string Outcome(unsigned int code, QdxString const& output)
 {
     return Outcome(code) + " " + (output.c_str() != nullptr ? output.c_str() : "<null>");
 }
-inline std::string Outcome(bool answer) { return answer ? "true" : "false"; }
-inline std::string Outcome(long long number) { return std::to_string(number); }
+inline std::string Outcome(bool answer)
+{
+    return answer ? "true" : "false";
+}
+inline std::string Outcome(long long number)
+{
+    return std::to_string(number);
+}
 
 /// The address of a value that lives until the end of the full expression.
-template <typename Value> Value const* Address(Value const& value) { return &value; }
+template <typename Value> Value const* Address(Value const& value)
+{
+    return &value;
+}
 
 /// A message that a companion receives.
 struct Sent {

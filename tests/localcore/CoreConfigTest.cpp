@@ -17,7 +17,10 @@ struct Entry {
     bool reported;
 };
 
-long long QueueBytes(CoreConfig const& config) { return static_cast<long long>(config.queueBytes); }
+long long QueueBytes(CoreConfig const& config)
+{
+    return static_cast<long long>(config.queueBytes);
+}
 
 Entry const kEntries[] = {
     {"QDX_LOCALCORE_MAX_BYTES=2M", &CoreConfig::maxBytes, 2 * kMiB, false},

@@ -107,7 +107,10 @@ fs::path SdkFolder()
     return fs::path(user != nullptr ? user->pw_dir : std::getenv("HOME")) / ".norvane/UI/Norvane/QDXSDK";
 }
 
-void WriteConfiguration(std::string const& lines) { WriteFile(SdkFolder() / "qdxdesktopsdk.env", lines); }
+void WriteConfiguration(std::string const& lines)
+{
+    WriteFile(SdkFolder() / "qdxdesktopsdk.env", lines);
+}
 
 void WriteFile(fs::path const& file, std::string const& content)
 {

@@ -84,8 +84,14 @@ private:
 };
 
 fs::path SdkFolder();
-inline fs::path StoreFolder() { return SdkFolder() / "localcore"; }
-inline fs::path DatabaseFile() { return StoreFolder() / "usage.db"; }
+inline fs::path StoreFolder()
+{
+    return SdkFolder() / "localcore";
+}
+inline fs::path DatabaseFile()
+{
+    return StoreFolder() / "usage.db";
+}
 /// Writes the core's configuration file, read when the core starts.
 void WriteConfiguration(std::string const& lines);
 void WriteFile(fs::path const& file, std::string const& content);

@@ -51,7 +51,10 @@ Spoiling const kSpoilings[] = {
      }},
 };
 
-void PrintTo(Spoiling const& spoiling, std::ostream* out) { *out << spoiling.name; }
+void PrintTo(Spoiling const& spoiling, std::ostream* out)
+{
+    *out << spoiling.name;
+}
 
 }  // namespace
 
@@ -126,7 +129,10 @@ Obstacle const kObstacles[] = {
      }},
 };
 
-void PrintTo(Obstacle const& obstacle, std::ostream* out) { *out << obstacle.name; }
+void PrintTo(Obstacle const& obstacle, std::ostream* out)
+{
+    *out << obstacle.name;
+}
 
 }  // namespace
 

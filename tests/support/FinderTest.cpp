@@ -55,7 +55,7 @@ protected:
     Calls m_calls;
 };
 
-} // namespace
+}  // namespace
 
 TEST_F(FinderTest, PatternsSelectByName)
 {
@@ -71,14 +71,14 @@ TEST_F(FinderTest, PatternsSelectByName)
 TEST_F(FinderTest, CallbackSteersTheWalk)
 {
     m_calls.answer = [](FindData const& entry) { return entry.IsDirectory() ? 2 : 0; };
-    EXPECT_EQ(2, Find(nullptr, nullptr, false)); // the folder still counts
+    EXPECT_EQ(2, Find(nullptr, nullptr, false));  // the folder still counts
     EXPECT_EQ(2u, m_calls.lines.size());
 
     m_calls.answer = [](FindData const& entry) { return entry.GetPath().FileName().GetString() == "c.txt" ? 1 : 7; };
     Find(nullptr, nullptr, false);
     EXPECT_EQ("/sub/deeper/c.txt +", m_calls.lines.back()) << "no call after the stop, on any level";
 
-    m_calls.answer = [](FindData const& entry) { return entry.IsMatched() ? 0 : 1; }; // stop at the first notice
+    m_calls.answer = [](FindData const& entry) { return entry.IsMatched() ? 0 : 1; };  // stop at the first notice
     Find(nullptr, nullptr, false);
     EXPECT_EQ("/sub/deeper done", m_calls.lines.back());
 }

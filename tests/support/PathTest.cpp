@@ -133,14 +133,14 @@ TEST_F(PathFilesTest, DeleteCountsWhatWentAndKeepsWhatPatternsLeave)
          {"t/a.log", "t/b.txt", "t/sub/c.log", "t/sub/d.keep", "t/x.log/e.txt", "t/only/f.log", "target/z"})
         ASSERT_TRUE(Write(At(file), "x"));
     ASSERT_EQ(0, symlink("/tmp/files/target", "/tmp/files/t/link"));
-    EXPECT_EQ(0, At("t").Delete(false, nullptr, nullptr)); // not empty
+    EXPECT_EQ(0, At("t").Delete(false, nullptr, nullptr));  // not empty
     // Only entries whose own names are selected go: x.log and "only" stay.
     EXPECT_EQ(3, At("t").Delete(true, "*.LOG", nullptr));
     EXPECT_TRUE(At("t/x.log/e.txt").Exists());
     EXPECT_TRUE(At("t/only").IsDir());
     EXPECT_EQ(4, At("t").Delete(true, nullptr, "*.keep;link"));
     EXPECT_TRUE(At("t/sub/d.keep").Exists());
-    EXPECT_EQ(1, At("t/link").Delete(true, nullptr, nullptr)); // a link goes as a link
+    EXPECT_EQ(1, At("t/link").Delete(true, nullptr, nullptr));  // a link goes as a link
     EXPECT_TRUE(At("target/z").Exists());
 }
 
@@ -152,7 +152,7 @@ TEST_F(PathFilesTest, Copy)
     EXPECT_TRUE(Path("/tmp/files/src/").Copy(At("dst"), true));
     EXPECT_EQ("B", Read("dst/src/sub/b"));
     EXPECT_EQ("a", std::filesystem::read_symlink(At("dst/src/link").GetString()).string());
-    EXPECT_TRUE(At("src/a").CopyFile(At("src/a"))); // onto itself: kept, not truncated
+    EXPECT_TRUE(At("src/a").CopyFile(At("src/a")));  // onto itself: kept, not truncated
     EXPECT_EQ("A", Read("src/a"));
     EXPECT_FALSE(At("src").Copy(At("src/inner"), false));
 }

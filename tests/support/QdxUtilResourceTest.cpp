@@ -85,7 +85,7 @@ struct ToolView {
         auto const [type, address, length] = sections[index];
         if (index == 0 || type == "NOBITS" || value < address || value - address + size > length)
             return std::nullopt;
-        if (dumps.count(index) == 0) { // "  0x00002000 01000200 00000000 ...  text": up to sixteen bytes a line
+        if (dumps.count(index) == 0) {  // "  0x00002000 01000200 00000000 ...  text": up to sixteen bytes a line
             std::istringstream lines(Shell("readelf -x " + std::to_string(index) + " '" + file + "'"));
             std::string& bytes = dumps[index];
             for (std::string text, word; std::getline(lines, text);) {
@@ -149,13 +149,13 @@ protected:
 #define S(i, f) shoff + (i) * sizeof(Elf64_Shdr) + offsetof(Elf64_Shdr, f), sizeof(Elf64_Shdr::f)
 #define Y(f) ver + offsetof(Elf64_Sym, f), sizeof(Elf64_Sym::f)
 
-using Field = std::tuple<std::size_t, std::size_t, unsigned long long>; // where, width, value
+using Field = std::tuple<std::size_t, std::size_t, unsigned long long>;  // where, width, value
 
-} // namespace
+}  // namespace
 
 TEST(ElfOracleTest, DataObjectsReadAsTheToolsShowThem)
 {
-    std::istringstream found(Shell( // per folder the first small 64-bit ELF file with a full symbol table and without
+    std::istringstream found(Shell(  // per folder the first small 64-bit ELF file with a full symbol table and without
         "for d in /usr/lib/gcc/x86_64-linux-gnu/*/ /usr/lib/x86_64-linux-gnu/ /usr/bin/; do f1=; f0=; for f in $(ls -d "
         "\"$d\"* | head -100); do [ -f \"$f\" ] && [ $(stat -Lc%s \"$f\") -lt 4194304 ] && h=$(readelf -hSW \"$f\") || "
         "continue; case $h in *ELF64*) ;; *) continue;; esac; case $h in *' SYMTAB '*) [ -z $f1 ] && f1=$f && echo "
@@ -191,7 +191,7 @@ TEST_F(QdxUtilResourceTest, DamagedFieldsGiveNothingOrTheBytesNamed)
     std::size_t bss = 0, names = h.e_shstrndx, n = symbols.sh_size / sizeof(Elf64_Sym);
     while (Sec(bss).sh_type != SHT_NOBITS)
         ++bss;
-    Bytes w = b; // with tables laid out again after the end, entries wider and padded with 0xEE
+    Bytes w = b;  // with tables laid out again after the end, entries wider and padded with 0xEE
     auto const widen = [&](std::size_t at, std::size_t count, std::size_t entry, std::size_t wide) {
         std::size_t const moved = w.size();
         for (std::size_t i = 0; i < count; ++i, w.resize(w.size() + wide - entry, 0xEE))
@@ -261,12 +261,12 @@ TEST_F(QdxUtilResourceTest, TruncatedGiantAndOtherFilesGiveNothing)
     for (std::size_t const length : lengths)
         EXPECT_EQ(std::nullopt, ReadImage(Bytes(b.begin(), b.begin() + long(length)))) << length;
     ASSERT_TRUE(Path("/tmp/elf/text").WriteFile("not a library\n", 14, 0, nullptr, nullptr));
-    ASSERT_EQ(0, mkfifo("/tmp/elf/pipe", 0600)); // never opened: it would block
+    ASSERT_EQ(0, mkfifo("/tmp/elf/pipe", 0600));  // never opened: it would block
     for (char const* file : {"/tmp/elf/text", "/tmp/elf/missing.so", "/tmp/elf", "/dev/null", "/tmp/elf/pipe"}) {
         EXPECT_EQ(std::nullopt, Read(file)) << file;
         EXPECT_EQ(0u, Path(file).GetVersion()) << file;
     }
-    constexpr unsigned long long kGiant = 80ull << 20; // inside a sparse file, which costs no space
+    constexpr unsigned long long kGiant = 80ull << 20;  // inside a sparse file, which costs no space
     for (std::size_t const table : {sym, str}) {
         Bytes image = b;
         std::memcpy(&image[shoff + table * sizeof(Elf64_Shdr) + offsetof(Elf64_Shdr, sh_size)], &kGiant, 8);

@@ -52,7 +52,7 @@ bool Contains(std::vector<long long> const& pids, long long pid)
     return std::find(pids.begin(), pids.end(), pid) != pids.end();
 }
 
-} // namespace
+}  // namespace
 
 TEST(StdProcessLibraryTest, ErrorTextsAndTheLoader)
 {

@@ -8,25 +8,47 @@
 #include <string>
 using namespace Norvane::QDXDesktopSDK;
 namespace {
-std::string Text(QdxString const& text) { return text.c_str() == nullptr ? "<null>" : text.c_str(); }
-std::string Json(JsonValue const& value) { return Text(value.GetJsonString()); }
+std::string Text(QdxString const& text)
+{
+    return text.c_str() == nullptr ? "<null>" : text.c_str();
+}
+std::string Json(JsonValue const& value)
+{
+    return Text(value.GetJsonString());
+}
 JsonValue Parsed(std::string const& text)
 {
     JsonValue value;
     EXPECT_TRUE(value.FromJsonString(QdxString(text.c_str()))) << text;
     return value;
 }
-struct Case { char const* text; char const* expected; };
-} // namespace
+struct Case {
+    char const* text;
+    char const* expected;
+};
+}  // namespace
 
 TEST(JsonTextTest, NumbersAreIntegersWhenIntegralAndInRangeAndNonFiniteIsNull)
 {
     double const inf = std::numeric_limits<double>::infinity();
-    struct NumberCase { double number; char const* expected; };
-    NumberCase const cases[] = {{2.5, "2.5"}, {3.0, "3"}, {-0.0, "0"}, {2.0 / 3.0, "0.6666666666666666"},
-        {1e-7, "1e-7"}, {5e-324, "5e-324"}, {1e18, "1000000000000000000"}, {-0x1p63, "-9223372036854775808"},
-        {0x1p63, "9223372036854776000.0"}, {1e21, "1e21"}, {1.7976931348623157e308, "1.7976931348623157e308"},
-        {std::numeric_limits<double>::quiet_NaN(), "null"}, {inf, "null"}, {-inf, "null"}};
+    struct NumberCase {
+        double number;
+        char const* expected;
+    };
+    NumberCase const cases[] = {{2.5, "2.5"},
+                                {3.0, "3"},
+                                {-0.0, "0"},
+                                {2.0 / 3.0, "0.6666666666666666"},
+                                {1e-7, "1e-7"},
+                                {5e-324, "5e-324"},
+                                {1e18, "1000000000000000000"},
+                                {-0x1p63, "-9223372036854775808"},
+                                {0x1p63, "9223372036854776000.0"},
+                                {1e21, "1e21"},
+                                {1.7976931348623157e308, "1.7976931348623157e308"},
+                                {std::numeric_limits<double>::quiet_NaN(), "null"},
+                                {inf, "null"},
+                                {-inf, "null"}};
     for (NumberCase const& c : cases)
         EXPECT_EQ(c.expected, Json(JsonValue(c.number))) << c.expected;
     EXPECT_EQ("<null>", Json(JsonValue()));
@@ -56,10 +78,18 @@ TEST(JsonTextTest, ParsedNumbersKeepTheirValueAndOutOfRangeTextFails)
 TEST(JsonTextTest, StringsEscapeControlAndNonAsciiButWriteInvalidUtf8Raw)
 {
     Case const cases[] = {
-        {"", "\"\""}, {"plain /", "\"plain /\""}, {"\"\\", "\"\\\"\\\\\""}, {"\n\t\r\b\f", "\"\\n\\t\\r\\b\\f\""},
-        {"\x01\x1F", "\"\\u0001\\u001F\""}, {"\xE2\x82\xAC", "\"\\u20AC\""}, {"\xF0\x9F\x98\x80", "\"\\uD83D\\uDE00\""},
-        {"a\xFFz", "\"a\xFFz\""}, {"\xC3\xA9\xC3", "\"\\u00E9\xC3\""}, {"ab\xE2\x82", "\"ab\xE2\x82\""},
-        {"\xC0\xAF", "\"\xC0\xAF\""}, {"\xFF\n\xC3\xA9", "\"\xFF\\n\\u00E9\""},
+        {"", "\"\""},
+        {"plain /", "\"plain /\""},
+        {"\"\\", "\"\\\"\\\\\""},
+        {"\n\t\r\b\f", "\"\\n\\t\\r\\b\\f\""},
+        {"\x01\x1F", "\"\\u0001\\u001F\""},
+        {"\xE2\x82\xAC", "\"\\u20AC\""},
+        {"\xF0\x9F\x98\x80", "\"\\uD83D\\uDE00\""},
+        {"a\xFFz", "\"a\xFFz\""},
+        {"\xC3\xA9\xC3", "\"\\u00E9\xC3\""},
+        {"ab\xE2\x82", "\"ab\xE2\x82\""},
+        {"\xC0\xAF", "\"\xC0\xAF\""},
+        {"\xFF\n\xC3\xA9", "\"\xFF\\n\\u00E9\""},
     };
     for (Case const& c : cases) {
         EXPECT_EQ(c.expected, Json(JsonValue(c.text)));
@@ -73,12 +103,18 @@ TEST(JsonTextTest, StringsEscapeControlAndNonAsciiButWriteInvalidUtf8Raw)
 TEST(JsonTextTest, ValidTextParsesAndWritesBackPrettyWithFourSpaces)
 {
     Case const cases[] = {
-        {"null", "null"}, {" \t\r\n42 \r\n", "42"}, {"-0", "0"}, {"1.0", "1"},
-        {"18446744073709551615", "18446744073709553000.0"}, {"\"\\u00e9\\/\"", "\"\\u00E9/\""},
-        {"\"\\uD83D\\uDE00\"", "\"\\uD83D\\uDE00\""}, {"[1,[],{}]", "[\n    1,\n    {},\n    {}\n]"},
+        {"null", "null"},
+        {" \t\r\n42 \r\n", "42"},
+        {"-0", "0"},
+        {"1.0", "1"},
+        {"18446744073709551615", "18446744073709553000.0"},
+        {"\"\\u00e9\\/\"", "\"\\u00E9/\""},
+        {"\"\\uD83D\\uDE00\"", "\"\\uD83D\\uDE00\""},
+        {"[1,[],{}]", "[\n    1,\n    {},\n    {}\n]"},
         {"{\"b\":1,\"a\":[true,null]}", "{\n    \"a\": [\n        true,\n        null\n    ],\n    \"b\": 1\n}"},
         {"[[1],{\"k\":null}]", "[\n    [\n        1\n    ],\n    {\n        \"k\": null\n    }\n]"},
-        {"{\"a\": 1, \"a\": 2, \"k\\u0000z\": 3}", "{\n    \"a\": 2,\n    \"k\": 3\n}"}, {"\"a\\u0000b\"", "\"a\""},
+        {"{\"a\": 1, \"a\": 2, \"k\\u0000z\": 3}", "{\n    \"a\": 2,\n    \"k\": 3\n}"},
+        {"\"a\\u0000b\"", "\"a\""},
     };
     for (Case const& c : cases)
         EXPECT_EQ(c.expected, Json(Parsed(c.text))) << c.text;
@@ -88,9 +124,9 @@ TEST(JsonTextTest, ValidTextParsesAndWritesBackPrettyWithFourSpaces)
 }
 TEST(JsonTextTest, FailedParseLeavesJsonNullAndEmptyTextTheNullHandle)
 {
-    for (char const* text : {"  ", "{}x", "{", "[1,]", "{\"a\":1,}", "// c\n1", "NaN", "Infinity", "'a'", "{a:1}",
-                             "[1 2]", "01", "1 2", "tru", "\"abc", "-", "1e", "\"\\x\"", "\"a\tb\"", "1e400",
-                             "\"\\uD800\"", "{\"a\" 1}", "[1]]"}) {
+    for (char const* text : {"  ",  "{}x",     "{",        "[1,]",  "{\"a\":1,}",  "// c\n1",   "NaN",   "Infinity",
+                             "'a'", "{a:1}",   "[1 2]",    "01",    "1 2",         "tru",       "\"abc", "-",
+                             "1e",  "\"\\x\"", "\"a\tb\"", "1e400", "\"\\uD800\"", "{\"a\" 1}", "[1]]"}) {
         JsonValue v;
         v["old"] = 1;
         EXPECT_FALSE(v.FromJsonString(QdxString(text))) << text;

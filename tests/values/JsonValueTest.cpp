@@ -10,14 +10,17 @@ using namespace Norvane::QDXDesktopSDK;
 namespace {
 double const kNan = std::numeric_limits<double>::quiet_NaN();
 JsonValue const* const kNull = &JsonValue::sNullValue;
-std::string Text(QdxString const& text) { return text.c_str() == nullptr ? "<null>" : text.c_str(); }
+std::string Text(QdxString const& text)
+{
+    return text.c_str() == nullptr ? "<null>" : text.c_str();
+}
 JsonValue J(char const* text)
 {
     JsonValue value;
     EXPECT_TRUE(value.FromJsonString(text)) << text;
     return value;
 }
-} // namespace
+}  // namespace
 
 TEST(JsonValueTest, NullHandleAndScalarConversions)
 {
@@ -122,22 +125,43 @@ TEST(JsonValueTest, InsertAndFind)
     EXPECT_EQ(-1, static_cast<int>(array.Find(JsonValue(5.5))));
     JsonValue const object = J(R"({"b": 2, "a": 1, "c": 2})");
     EXPECT_EQ("b", Text(object.Find(JsonValue(2))));
-    EXPECT_EQ("c", Text(object.Find(JsonValue("c")))); // no value matches, but the text names a member
+    EXPECT_EQ("c", Text(object.Find(JsonValue("c"))));  // no value matches, but the text names a member
     EXPECT_EQ("<null>", Text(object.Find(JsonValue("zz"))));
     EXPECT_EQ("<null>", Text(object.Find(JsonValue(3))));
     EXPECT_EQ("<null>", Text(JsonValue("s").Find(JsonValue("s"))));
 }
 TEST(JsonValueTest, CompareOrdersByTypeThenShorterFirstAndNeverEqualsDifferentNumbers)
 {
-    struct Case { JsonValue left; JsonValue right; int expected; };
+    struct Case {
+        JsonValue left;
+        JsonValue right;
+        int expected;
+    };
     Case const cases[] = {
-        {1.5, 1.2, 1}, {1.2, 1.5, -1}, {5.0, 2.0, 3}, {4, 4.0, 0}, {kNan, kNan, 0}, {true, false, 1},
-        {"zz", "aaa", -1}, {"a", "abcd", -3}, {"same", "same", 0}, {JsonValue(), JsonValue(), 0},
-        {JsonValue(), 1, -1}, {1, JsonValue(), 1}, {"7", 7, -1}, {true, 1, 1}, {7, J("[1, 2, 3]"), -3},
-        {J(R"({"a":1})"), J(R"({"a":1})"), 0}, {J(R"({"a":1})"), J(R"({"a":1,"b":2})"), -1},
-        {J(R"({"a":1,"b":2})"), J(R"({"a":1})"), 1}, {J(R"({"a":1})"), J(R"({"a":2})"), -1},
-        {J(R"({"a":1})"), J("[5, 6]"), 1}, {J("[5, 6]"), J(R"({"a":1})"), -1}, {J("[1, 2]"), J("[1, 2, 3]"), -1},
-        {J("[1, 3]"), J("[1, 2]"), 1}, {J(R"([1, "x"])"), J(R"([1, "x"])"), 0},
+        {1.5, 1.2, 1},
+        {1.2, 1.5, -1},
+        {5.0, 2.0, 3},
+        {4, 4.0, 0},
+        {kNan, kNan, 0},
+        {true, false, 1},
+        {"zz", "aaa", -1},
+        {"a", "abcd", -3},
+        {"same", "same", 0},
+        {JsonValue(), JsonValue(), 0},
+        {JsonValue(), 1, -1},
+        {1, JsonValue(), 1},
+        {"7", 7, -1},
+        {true, 1, 1},
+        {7, J("[1, 2, 3]"), -3},
+        {J(R"({"a":1})"), J(R"({"a":1})"), 0},
+        {J(R"({"a":1})"), J(R"({"a":1,"b":2})"), -1},
+        {J(R"({"a":1,"b":2})"), J(R"({"a":1})"), 1},
+        {J(R"({"a":1})"), J(R"({"a":2})"), -1},
+        {J(R"({"a":1})"), J("[5, 6]"), 1},
+        {J("[5, 6]"), J(R"({"a":1})"), -1},
+        {J("[1, 2]"), J("[1, 2, 3]"), -1},
+        {J("[1, 3]"), J("[1, 2]"), 1},
+        {J(R"([1, "x"])"), J(R"([1, "x"])"), 0},
     };
     int index = 0;
     for (Case const& c : cases)
@@ -164,13 +188,23 @@ TEST(JsonValueTest, MergeIsShallowAndReportsKeptMembers)
 TEST(JsonKeyPathTest, ConstLookupFollowsUpToTwoKeysAndNeverInserts)
 {
     JsonValue const root = J(R"({"a": {"b": 1, "b.c": 2, "x": {"y": 3}}, "a/b": 4, "s": "t"})");
-    struct Case { char const* path; int maxSplits; char const* separators; int expected; }; // 0: shared null
+    struct Case {
+        char const* path;
+        int maxSplits;
+        char const* separators;
+        int expected;
+    };  // 0: shared null
     Case const cases[] = {
-        {"a.b", -1, nullptr, 1}, {"a.b", -1, "", 1}, {"a/b", -1, nullptr, 4}, {".a..b.", -1, nullptr, 1},
-        {"", -1, nullptr, 0}, {"...", -1, nullptr, 0}, {"a.x.y", -1, nullptr, 0}, {"a.missing", -1, nullptr, 0},
-        {"missing.b", -1, nullptr, 0}, {"a/b.c", -1, "/.", 0}, {"a/b", -1, "/.", 1}, {"a:b", -1, ":", 1},
-        {"a/b.c", -1, "/", 2}, {"a.b.c", 1, nullptr, 2}, {"a.b.c", 0, nullptr, 2}, {"a.b.c", 2, nullptr, 0},
-        {"a.x.y", 1, nullptr, 0}, {"a.b", 5, nullptr, 1}, {"..a.b.c", 1, nullptr, 2},
+        {"a.b", -1, nullptr, 1},       {"a.b", -1, "", 1},
+        {"a/b", -1, nullptr, 4},       {".a..b.", -1, nullptr, 1},
+        {"", -1, nullptr, 0},          {"...", -1, nullptr, 0},
+        {"a.x.y", -1, nullptr, 0},     {"a.missing", -1, nullptr, 0},
+        {"missing.b", -1, nullptr, 0}, {"a/b.c", -1, "/.", 0},
+        {"a/b", -1, "/.", 1},          {"a:b", -1, ":", 1},
+        {"a/b.c", -1, "/", 2},         {"a.b.c", 1, nullptr, 2},
+        {"a.b.c", 0, nullptr, 2},      {"a.b.c", 2, nullptr, 0},
+        {"a.x.y", 1, nullptr, 0},      {"a.b", 5, nullptr, 1},
+        {"..a.b.c", 1, nullptr, 2},
     };
     for (Case const& c : cases) {
         JsonValue const& found = JsonValue_GetValueFromKeys(root, c.path, c.maxSplits, c.separators);

@@ -8,8 +8,11 @@
 using Norvane::QDXDesktopSDK::QdxString;
 using Norvane::QDXDesktopSDK::QdxStringImpl;
 namespace {
-std::string Text(QdxString const& s) { return s.c_str() == nullptr ? "<null>" : s.c_str(); }
-} // namespace
+std::string Text(QdxString const& s)
+{
+    return s.c_str() == nullptr ? "<null>" : s.c_str();
+}
+}  // namespace
 
 TEST(QdxStringTest, NullAndEmptyStayDistinctThroughSetCopyAndMove)
 {
@@ -39,9 +42,13 @@ TEST(QdxStringTest, NullAndEmptyStayDistinctThroughSetCopyAndMove)
 }
 TEST(QdxStringTest, CompareIsBytewiseWithShorterPrefixFirstAndNullAsEmpty)
 {
-    struct Case { char const* left; char const* right; int sign; };
-    Case const cases[] = {{"ab", "abc", -1}, {"b", "abc", 1},      {"abc", "abc", 0},  {"", "a", -1},
-                          {"\xFF", "a", 1},  {nullptr, "", 0},     {"", nullptr, 0},   {nullptr, nullptr, 0},
+    struct Case {
+        char const* left;
+        char const* right;
+        int sign;
+    };
+    Case const cases[] = {{"ab", "abc", -1},  {"b", "abc", 1},  {"abc", "abc", 0}, {"", "a", -1},
+                          {"\xFF", "a", 1},   {nullptr, "", 0}, {"", nullptr, 0},  {nullptr, nullptr, 0},
                           {nullptr, "a", -1}, {"a", nullptr, 1}};
     for (Case const& c : cases) {
         QdxString const left(c.left), right(c.right);
@@ -67,9 +74,17 @@ TEST(QdxStringTest, TrimAndAppendTreatNullAsEmptyAndNeverReturnNull)
 }
 TEST(QdxStringTest, NumberTextUsesDefaultStreamFormattingWhateverTheLocale)
 {
-    struct Case { double number; char const* expected; };
-    Case const cases[] = {{1.0 / 3.0, "0.333333"}, {-0.0, "-0"}, {1e7, "1e+07"}, {1234567.0, "1.23457e+06"},
-                          {2.0, "2"}, {1e-5, "1e-05"}, {std::numeric_limits<double>::infinity(), "inf"}};
+    struct Case {
+        double number;
+        char const* expected;
+    };
+    Case const cases[] = {{1.0 / 3.0, "0.333333"},
+                          {-0.0, "-0"},
+                          {1e7, "1e+07"},
+                          {1234567.0, "1.23457e+06"},
+                          {2.0, "2"},
+                          {1e-5, "1e-05"},
+                          {std::numeric_limits<double>::infinity(), "inf"}};
     for (Case const& c : cases)
         EXPECT_EQ(c.expected, Text(QdxString(c.number)));
     struct CommaDecimals : std::numpunct<char> {

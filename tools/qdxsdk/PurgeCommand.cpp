@@ -16,7 +16,10 @@ struct PurgeOptions {
     bool yes = false;
 };
 
-std::string Records(long long count) { return std::to_string(count) + (count == 1 ? " record" : " records"); }
+std::string Records(long long count)
+{
+    return std::to_string(count) + (count == 1 ? " record" : " records");
+}
 
 int DeleteAll(ToolContext const& context)
 {

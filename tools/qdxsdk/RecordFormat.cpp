@@ -13,7 +13,10 @@ constexpr std::size_t kSessionWidth = 8;
 constexpr std::size_t kNameWidth = 24;
 constexpr std::size_t kArgsWidth = 60;
 
-bool IsContinuationByte(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
+bool IsContinuationByte(char c)
+{
+    return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+}
 
 // Width as characters, not bytes, so that non-ASCII names keep the columns.
 std::size_t CharacterCount(std::string const& text)
@@ -74,7 +77,10 @@ std::string Row(std::string const& seq, std::string const& time, std::string con
 
 }  // namespace
 
-std::string RecordTableHeader() { return Row("SEQ", "TIME", "SESSION", "NAME", "ARGS"); }
+std::string RecordTableHeader()
+{
+    return Row("SEQ", "TIME", "SESSION", "NAME", "ARGS");
+}
 
 std::string RecordTableRow(LocalCore::StoredRecord const& record)
 {

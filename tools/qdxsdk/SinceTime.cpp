@@ -11,7 +11,10 @@ namespace {
 
 constexpr char kExpected[] = "expected an RFC 3339 time such as 2026-11-24T07:00:00Z or an age such as 10m, 2h, 3d";
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool IsDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
 
 // "<digits><unit>", unit s, m, h or d; at most nine digits, so that the
 // product never overflows.

@@ -26,11 +26,20 @@ std::string ToolContext::SdkFolder() const
     return QDXDesktopSDK::QdxSDKFolder::GetQDXSDKFolderPath(nullptr).GetString();
 }
 
-std::string ToolContext::StoreFolder() const { return SdkFolder() + "/localcore"; }
+std::string ToolContext::StoreFolder() const
+{
+    return SdkFolder() + "/localcore";
+}
 
-std::string ToolContext::DatabasePath() const { return StoreFolder() + "/usage.db"; }
+std::string ToolContext::DatabasePath() const
+{
+    return StoreFolder() + "/usage.db";
+}
 
-void ReportError(std::string const& message) { std::cerr << "qdxsdk: " << message << '\n'; }
+void ReportError(std::string const& message)
+{
+    std::cerr << "qdxsdk: " << message << '\n';
+}
 
 int FinishOutput()
 {

@@ -154,9 +154,15 @@ bool Connection::Check(int code, std::string const& context)
     return Fail(code, context);
 }
 
-bool Connection::Exec(char const* sql) { return Check(sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr), sql); }
+bool Connection::Exec(char const* sql)
+{
+    return Check(sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr), sql);
+}
 
-bool Connection::Run(char const* literal) { return Query(*this, literal).Run(); }
+bool Connection::Run(char const* literal)
+{
+    return Query(*this, literal).Run();
+}
 
 long long Connection::QueryInt(char const* literal, long long fallback)
 {
@@ -270,7 +276,10 @@ bool Query::Run()
     return m_ok;
 }
 
-long long Query::Int(int column) const { return sqlite3_column_int64(m_statement, column); }
+long long Query::Int(int column) const
+{
+    return sqlite3_column_int64(m_statement, column);
+}
 
 std::string Query::Text(int column) const
 {
@@ -279,7 +288,10 @@ std::string Query::Text(int column) const
                            : std::string();
 }
 
-bool Query::IsNull(int column) const { return sqlite3_column_type(m_statement, column) == SQLITE_NULL; }
+bool Query::IsNull(int column) const
+{
+    return sqlite3_column_type(m_statement, column) == SQLITE_NULL;
+}
 
 std::string_view Query::Blob(int column) const
 {

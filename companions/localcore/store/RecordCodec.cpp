@@ -12,7 +12,10 @@ namespace {
 constexpr unsigned char kFrameMagic[4] = {0x28, 0xB5, 0x2F, 0xFD};
 constexpr int kCompressionLevel = 3;
 
-std::string ZstdError(char const* what, size_t code) { return std::string(what) + ": " + ZSTD_getErrorName(code); }
+std::string ZstdError(char const* what, size_t code)
+{
+    return std::string(what) + ": " + ZSTD_getErrorName(code);
+}
 
 }  // namespace
 
@@ -54,7 +57,10 @@ bool RecordCodec::AddDictionary(long long id, std::string_view content)
     return true;
 }
 
-bool RecordCodec::HasDictionary(long long id) const { return m_dictionaries.count(id) != 0; }
+bool RecordCodec::HasDictionary(long long id) const
+{
+    return m_dictionaries.count(id) != 0;
+}
 
 bool RecordCodec::CompressWith(long long id)
 {

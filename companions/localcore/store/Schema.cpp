@@ -60,7 +60,10 @@ std::vector<Migration> const& Migrations()
     return steps;
 }
 
-int CurrentVersion() { return Migrations().back().toVersion; }
+int CurrentVersion()
+{
+    return Migrations().back().toVersion;
+}
 
 bool Migrate(Connection& connection, std::vector<Migration> const& steps)
 {

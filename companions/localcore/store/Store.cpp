@@ -100,9 +100,15 @@ std::unique_ptr<Store> Store::Reopen(std::unique_ptr<Store> previous, OpenReport
     return impl ? std::unique_ptr<Store>(new (std::nothrow) Store(std::move(impl))) : nullptr;
 }
 
-void Store::SetInterruptCheck(std::function<bool()> interrupt) { m_impl->Wait().SetInterrupt(std::move(interrupt)); }
+void Store::SetInterruptCheck(std::function<bool()> interrupt)
+{
+    m_impl->Wait().SetInterrupt(std::move(interrupt));
+}
 
-void Store::SetBusyWaitLimit(long long ms) { m_impl->Wait().SetLimit(ms); }
+void Store::SetBusyWaitLimit(long long ms)
+{
+    m_impl->Wait().SetLimit(ms);
+}
 
 bool Store::Begin()
 {

@@ -43,7 +43,10 @@ FileIdentity Store::Impl::CorruptFile() const
     return m_connection && m_connection->Corrupt() ? m_identity : FileIdentity();
 }
 
-bool Store::Impl::NeedsReopen() const { return m_replaced || (m_connection && m_connection->Corrupt()); }
+bool Store::Impl::NeedsReopen() const
+{
+    return m_replaced || (m_connection && m_connection->Corrupt());
+}
 
 bool Store::Impl::Fail(std::string const& message)
 {
@@ -53,7 +56,10 @@ bool Store::Impl::Fail(std::string const& message)
     return false;
 }
 
-std::string Store::Impl::LastError() const { return m_connection ? m_connection->Error() : m_openError; }
+std::string Store::Impl::LastError() const
+{
+    return m_connection ? m_connection->Error() : m_openError;
+}
 
 void Store::Impl::ClearError()
 {

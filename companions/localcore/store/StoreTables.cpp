@@ -124,7 +124,10 @@ StoreFigures Store::Impl::Figures()
     return figures;
 }
 
-long long Store::Impl::DataVersion() { return m_connection->QueryInt("PRAGMA data_version"); }
+long long Store::Impl::DataVersion()
+{
+    return m_connection->QueryInt("PRAGMA data_version");
+}
 
 }  // namespace LocalCore
 }  // namespace Norvane

@@ -106,7 +106,10 @@ inline unsigned ModeOf(std::string const& path)
     return stat(path.c_str(), &status) == 0 ? (status.st_mode & 07777) : 0;
 }
 
-inline bool Exists(std::string const& path) { return std::filesystem::exists(path); }
+inline bool Exists(std::string const& path)
+{
+    return std::filesystem::exists(path);
+}
 
 }  // namespace QdxStoreTest
 
