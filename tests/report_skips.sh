@@ -6,6 +6,7 @@
 #   tests/report_skips.sh BUILD_DIR     (reads BUILD_DIR/junit.xml, which the test presets write)
 set -euo pipefail
 junit=$1/junit.xml
+build=$(basename "$1")
 allowed=$(dirname "$0")/allowed_skips.txt
 [[ -f "$junit" ]] || { echo "no test results in $junit: run ctest through a test preset first" >&2; exit 2; }
 
@@ -40,7 +41,9 @@ echo "skipped tests: $count"
 unexpected=0
 while IFS=$'\t' read -r name reason; do
     permission=$(grep -v '^#' "$allowed" | while read -r pattern why; do
-        [[ -n "$pattern" ]] && [[ "$name" =~ ^${pattern}$ ]] && { echo "${why#\# }"; break; }
+        subject=$name
+        [[ "$pattern" == *:* ]] && subject="$build:$name"
+        [[ -n "$pattern" ]] && [[ "$subject" =~ ^${pattern}$ ]] && { echo "${why#\# }"; break; }
     done || true)
     if [[ -n "$permission" ]]; then
         echo "  $name: $reason (allowed: $permission)"
