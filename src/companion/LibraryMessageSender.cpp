@@ -1,7 +1,6 @@
 #include "companion/LibraryMessageSender.h"
 
 #include "companion/LibraryPathManager.h"
-#include "companion/QDXLibraryEntry.h"
 #include "companion/SearchInputs.h"
 #include "support/Logger.h"
 #include "support/StdProcessLibrary.h"
@@ -128,54 +127,34 @@ Path LibraryMessageSender::Locate(bool appendModuleName, char const* extraFolder
     if (!m_workingPath.IsEmpty())
         LibraryPathManager::SSetWorkingPath(m_workingPath);
     Path const configured = GetLibraryPath();
-
-    QDXLibraryManager::QDXLibraryEntrySet entries;
-    auto const admit = [&entries](Path const& file, int priority) {
-        if (!file.Exists())
-            return false;
-        for (auto const& entry : entries) {
-            if (entry.path == file)
-                return true;
-        }
-        entries.insert(QDXLibraryManager::QDXLibraryEntry{file, file.GetVersion(), priority});
-        return true;
-    };
-    for (CandidatePlace const& place : CandidatePlaces(configured, GetLibraryPathKey(), extraFolder)) {
-        for (Path const& file : place.files) {
-            if (admit(file, place.priority))
-                break;
-        }
-    }
-
-    foundCopy = !entries.empty();
-    Path const moduleName = GetModuleName();
-    Path const result = entries.empty() ? OwnFolder() : entries.rbegin()->path.Parent();
-    return appendModuleName ? result.Append(moduleName) : result;
+    CompanionSearch::Table const table =
+        CompanionSearch::Search(SearchInputsFor(configured, GetLibraryPathKey(), extraFolder));
+    if (Logger* const logger = Logger::IfEnabled(Logger::LogLevel_Debug))
+        LogCandidates(*logger, table);
+    foundCopy = table.chosen >= 0;
+    return appendModuleName ? table.folder.Append(GetModuleName()) : table.folder;
 }
 
-std::vector<LibraryMessageSender::CandidatePlace>
-LibraryMessageSender::CandidatePlaces(Path const& configured, Path const& key, char const* extraFolder) const
+void LibraryMessageSender::LogCandidates(Logger& logger, CompanionSearch::Table const& table) const
 {
-    bool const relative = configured.IsRelativePath();
     Path const moduleName = GetModuleName();
-    std::vector<CandidatePlace> places;
-    if (!relative && !configured.IsEmpty())
-        places.push_back({{configured.Append(moduleName)}, 100});
-    else if (relative && !key.IsEmpty())
-        places.push_back({{key.Append(configured).Append(moduleName)}, 100});
-    if (extraFolder != nullptr && *extraFolder != '\0') {
-        Path const folder = relative ? Path(extraFolder).Append(configured) : Path(extraFolder);
-        places.push_back({{folder.Append(moduleName)}, 100});
+    for (int i = 0; i < static_cast<int>(table.candidates.size()); ++i) {
+        CompanionSearch::Candidate const& candidate = table.candidates[static_cast<std::size_t>(i)];
+        logger.Log(Logger::LogLevel_Debug, "Candidate %s in %s folder: %s, version %s, priority %d: %s, %s",
+                   moduleName.c_str(), CompanionSearch::FolderKindName(candidate.kind), candidate.file.c_str(),
+                   CompanionSearch::VersionText(candidate.version).c_str(), candidate.priority,
+                   CompanionSearch::VerdictName(candidate.verdict), CompanionSearch::Reason(table, i).c_str());
     }
-    int priority = 1;
-    for (Path const& folder : {OwnFolder(), HostFolder()}) {
-        if (relative && !folder.IsEmpty())
-            places.push_back({{folder.Append(configured).Append(moduleName), folder.Append(moduleName)}, priority});
-        else if (!folder.IsEmpty())
-            places.push_back({{folder.Append(moduleName)}, priority});
-        --priority;
-    }
-    return places;
+    if (table.chosen < 0)
+        logger.Log(Logger::LogLevel_Debug, "No copy of %s found in %zu candidate(s); trying this library's folder %s",
+                   moduleName.c_str(), table.candidates.size(), table.folder.c_str());
+}
+
+CompanionSearch::Inputs LibraryMessageSender::SearchInputsFor(Path const& configured, Path const& key,
+                                                              char const* extraFolder) const
+{
+    Path const extra = extraFolder != nullptr ? Path(extraFolder) : Path();
+    return CompanionSearch::Inputs{GetModuleName(), configured, key, extra, OwnFolder(), HostFolder()};
 }
 
 // The install folder is no input: a copy there is tried only when its
@@ -188,7 +167,8 @@ SearchInputs LibraryMessageSender::TakeSearchInputs() const
         LibraryPathManager::SSetWorkingPath(m_workingPath);
     LibraryPathManager::State const settings = LibraryPathManager::Instance().GetState();
     std::vector<Path> files;
-    for (CandidatePlace const& place : CandidatePlaces(settings.libraryPath, settings.libraryPathKey, nullptr))
+    for (CompanionSearch::Place const& place :
+         CompanionSearch::Places(SearchInputsFor(settings.libraryPath, settings.libraryPathKey, nullptr)))
         files.insert(files.end(), place.files.begin(), place.files.end());
     return SearchInputs(m_workingPath, settings, files);
 }
@@ -240,6 +220,8 @@ bool LibraryMessageSender::LoadLibraryWithPath(Path const& folder)
         LogLoadAttempt(m_libraryPath, loaded, loaderError);
         m_libraryPath = candidate;
         Initialise();
+        if (handle != nullptr)
+            LogInitialisation();
         if (GetStatus() == QdxResult_Disabled)
             UnLoad();
         if (loaded)
@@ -261,6 +243,18 @@ void LibraryMessageSender::LogLoadAttempt(Path const& file, bool loaded, char co
     }
     logger->Log(loaded ? Logger::LogLevel_Debug : Logger::LogLevel_Error, "%s load QDX SDK library from %s. %s",
                 loaded ? "Successfully" : "Failed to", file.c_str(), detail.c_str());
+}
+
+void LibraryMessageSender::LogInitialisation() const
+{
+    int const status = GetStatus();
+    Logger::LogLevel const level = status == QdxResult_Success ? Logger::LogLevel_Debug : Logger::LogLevel_Warning;
+    if (Logger* const logger = Logger::IfEnabled(level))
+        logger->Log(level, "Initialised %s from %s: status %d%s", GetModuleName().c_str(), m_libraryPath.c_str(),
+                    status,
+                    status == QdxResult_Disabled ? " (it refused to start; closed and disabled)"
+                    : IsDisabled(status)         ? " (disabled: every message returns this status)"
+                                                 : "");
 }
 
 void LibraryMessageSender::Initialise()

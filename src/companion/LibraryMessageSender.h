@@ -1,6 +1,7 @@
 #ifndef QDX_LIBRARY_MESSAGE_SENDER_H
 #define QDX_LIBRARY_MESSAGE_SENDER_H
 
+#include "companion/CompanionSearch.h"
 #include "companion/MessageSender.h"
 #include "support/Path.h"
 #include "support/StdMutex.h"
@@ -13,6 +14,7 @@
 namespace Norvane {
 namespace QDXDesktopSDK {
 
+class Logger;
 class SearchInputs;
 
 /// The channel to one companion library file, loaded on the first message.
@@ -98,20 +100,17 @@ private:
     using InitializeExFunction = int (*)(char const*);
     using FinalizeFunction = void (*)();
 
-    /// The files a copy may be, per place, in the order the search takes
-    /// them; of each place's files, the first that exists is the candidate.
-    struct CandidatePlace {
-        std::vector<Path> files;
-        int priority;
-    };
-
     Path Locate(bool appendModuleName, char const* extraFolder, bool& foundCopy) const;
-    std::vector<CandidatePlace> CandidatePlaces(Path const& configured, Path const& key, char const* extraFolder) const;
+    /// Where a search for this companion starts from, with `configured` and
+    /// `key` as the library path and its key.
+    CompanionSearch::Inputs SearchInputsFor(Path const& configured, Path const& key, char const* extraFolder) const;
     SearchInputs TakeSearchInputs() const;
     static Path OwnFolder();
     static Path HostFolder();
     void Initialise();
     void LogLoadAttempt(Path const& file, bool loaded, char const* loaderError) const;
+    void LogCandidates(Logger& logger, CompanionSearch::Table const& table) const;
+    void LogInitialisation() const;
 
     std::string m_initializeName;
     std::string m_initializeExName;

@@ -170,11 +170,25 @@ bool LibraryPathManager::UpdateLibraryPathConfig(Path const& key, Path const& li
         hosts[keyText] = std::move(entry);
         m_config[kProductsMember] = std::move(hosts);
     }
+    WriteConfig();
+    return true;
+}
+
+bool LibraryPathManager::RemoveLibraryPathConfig(Path const& key)
+{
+    StdAutoMutexLock const lock(m_mutex, -1);
+    if (m_workingPath.IsEmpty() || !IsValidLibraryPathConfig() || !m_config[kProductsMember].RemoveKey(key.c_str()))
+        return false;
+    WriteConfig();
+    return true;
+}
+
+void LibraryPathManager::WriteConfig() const
+{
     QdxString const text = m_config.GetJsonString();
     // Replaced through a temporary file, so that a failed or interrupted write
     // leaves every host's entry as it was rather than a truncated file.
     ConfigFileIn(m_workingPath).WriteFile(text.c_str(), static_cast<long long>(text.size()), 0, "", nullptr);
-    return true;
 }
 
 Path LibraryPathManager::HostKey()

@@ -87,6 +87,12 @@ public:
     /// False only when no working folder is set; a failed write is not
     /// reported. Does not change the library path in use.
     bool UpdateLibraryPathConfig(Path const& key, Path const& libraryPath);
+    /// Removes the entry recorded for exactly the host key `key` from
+    /// "slp.json", re-reading the file first and keeping everything else, so
+    /// that an ancestor's entry applies to that host again. False, with
+    /// nothing written, when no working folder is set, the file is not usable
+    /// or it holds no such entry. Does not change the library path in use.
+    bool RemoveLibraryPathConfig(Path const& key);
 
     LibraryPathManager(LibraryPathManager const&) = delete;
     LibraryPathManager& operator=(LibraryPathManager const&) = delete;
@@ -96,6 +102,8 @@ private:
 
     /// The folder that holds the running executable.
     static Path HostKey();
+    /// Replaces "slp.json" with the held configuration.
+    void WriteConfig() const;
 
     JsonValue m_config;        // guarded by m_mutex; parsed "slp.json", null until read
     Path m_libraryPath;        // guarded by m_mutex

@@ -1,5 +1,6 @@
 #include "support/Logger.h"
 
+#include "support/LogMarkers.h"
 #include "support/LogTarget.h"
 #include "support/Path.h"
 #include "support/StdProcessTime.h"
@@ -20,11 +21,6 @@ char const* LevelName(int level)
     return level >= 0 && level <= Logger::LogLevel_Dev ? kLevelNames[level] : "UNKNOWN";
 }
 
-bool MarkerFileExists(char const* name)
-{
-    return Path::GetTempPath().Append(name).Exists();
-}
-
 // Keeps the most recent entries of the summary when it outgrows its bound.
 constexpr std::size_t kSummaryLimit = 8192;
 constexpr std::size_t kSummaryDrop = 4096;
@@ -33,10 +29,10 @@ constexpr std::size_t kSummaryDrop = 4096;
 
 Logger::LogLevel Logger_GetDefaultLogLevel(int requested)
 {
-    if (StdProcessUtil::IsDebuggerPresent() || MarkerFileExists("qdxdev"))
+    if (StdProcessUtil::IsDebuggerPresent())
         return Logger::LogLevel_Dev;
-    if (MarkerFileExists("qdxdebug"))
-        return Logger::LogLevel_Debug;
+    if (int const marked = LogMarkers::MarkedLevel())
+        return static_cast<Logger::LogLevel>(marked);
     if (requested < 0)
         return Logger::LogLevel_Info;
     return static_cast<Logger::LogLevel>(requested);
@@ -79,7 +75,7 @@ Logger::~Logger()
 
 Logger::Logger()
     : m_level(Logger_GetDefaultLogLevel(-1)),
-      m_verbose(MarkerFileExists("qdxverbose")),
+      m_verbose(LogMarkers::Exists(LogMarkers::kVerbose)),
       m_executableName(Path::GetModuleFilePath(nullptr, false).FileNameWithoutExt().GetString())
 {
 }

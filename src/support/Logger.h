@@ -83,6 +83,8 @@ public:
     LogTarget* GetTarget(std::string const& name) const;
     /// Resets every target (a file target starts its file anew).
     void Reset();
+    /// The running executable's file name without extension, as lines name it.
+    std::string const& GetExecutableName() const { return m_executableName; }
 
 private:
     std::map<std::string, LogTarget*> m_targets;  // guarded by m_mutex; targets are not owned
