@@ -3,6 +3,7 @@
 #include "JsonValue.h"
 #include "companion/LibraryMessageSender.h"
 #include "companion/QdxSDKFolder.h"
+#include "support/Logger.h"
 #include "support/StdProcessTime.h"
 
 #include <string>
@@ -46,16 +47,27 @@ void SynchroniseEnvironmentFile()
     Path const source = LocateSource();
     Path const sdkFolder = QdxSDKFolder::GetQDXSDKFolderPath(nullptr);
     Path const target = sdkFolder.Append(kEnvironmentFile);
-    if (source.Exists()) {
-        if (target.ReadFileAsString(-1) == source.ReadFileAsString(-1))
-            return;
-        source.Copy(sdkFolder, true);
+    bool const sourceExists = source.Exists();
+    // A failed copy or deletion still asks for a reload, as the mirror may have changed in part.
+    bool changed = true;
+    char const* outcome;
+    if (sourceExists && target.ReadFileAsString(-1) == source.ReadFileAsString(-1)) {
+        changed = false;
+        outcome = "the mirror is up to date";
+    } else if (sourceExists) {
+        outcome = source.Copy(sdkFolder, true) ? "copied to the mirror" : "copying to the mirror failed";
     } else if (target.Exists()) {
-        target.Delete(false, nullptr, nullptr);
+        outcome = target.Delete(false, nullptr, nullptr) > 0 ? "no source: the mirror was deleted"
+                                                             : "no source: deleting the mirror failed";
     } else {
-        return;
+        changed = false;
+        outcome = "neither exists";
     }
-    RequestConfigurationReload();
+    if (Logger* const logger = Logger::IfEnabled(Logger::LogLevel_Debug))
+        logger->Log(Logger::LogLevel_Debug, "Environment file %s, mirror %s: %s",
+                    sourceExists ? source.c_str() : "(none)", target.c_str(), outcome);
+    if (changed)
+        RequestConfigurationReload();
 }
 
 }  // namespace QDXDesktopSDK

@@ -2,6 +2,7 @@
 
 #include "QdxBuildVersion.h"
 #include "api/EnvironmentFile.h"
+#include "api/LogFile.h"
 #include "companion/QdxSDKFolder.h"
 #include "support/StaticSetUpOrder.h"
 
@@ -48,6 +49,8 @@ Wrapper* SenderMadeOnce(std::shared_ptr<Wrapper>& owner, QdxLock& lock, std::ato
         return sender;
     QdxAutoLock const guard(lock);
     if (!owner) {
+        // Before the sender exists, so that the file holds all it logs.
+        StartLogFileOnce();
         // Withdrawn before it is destroyed at unload, so that a late call
         // makes a new sender instead of reaching a dead one.
         owner.reset(new Wrapper(file, suffix, nullptr), [&published](Wrapper* sender) {

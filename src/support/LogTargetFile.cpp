@@ -1,17 +1,48 @@
 #include "support/LogTargetFile.h"
 
+#include "support/LogMarkers.h"
 #include "support/Logger.h"
 #include "support/StdProcessTime.h"
 
 #include <cstdio>
 #include <cstring>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace Norvane {
 namespace QDXDesktopSDK {
 
+namespace {
+
+// Log files carry the arguments of messages, so they are readable by their
+// owner alone (0600), and a folder made for them too (0700), whatever mode
+// the library gives the other files it creates. Opened without following a
+// symbolic link, and truncated, as the first line of a log starts it anew.
+std::FILE* OpenPrivately(Path const& file)
+{
+    Path const folder = file.Parent();
+    if (!folder.IsEmpty() && !folder.Exists()) {
+        folder.Parent().CreateDir();
+        mkdir(folder.c_str(), 0700);
+    }
+    int const descriptor = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600);
+    if (descriptor < 0)
+        return nullptr;
+    // An existing file keeps its mode through O_CREAT.
+    fchmod(descriptor, 0600);
+    std::FILE* const stream = fdopen(descriptor, "wb");
+    if (stream == nullptr)
+        close(descriptor);
+    return stream;
+}
+
+}  // namespace
+
 bool Logger_GetAddPID(bool requested)
 {
-    return requested || Path::GetTempPath().Append("qdxpid").Exists();
+    return requested || LogMarkers::Exists(LogMarkers::kPid);
 }
 
 // Registers only once fully built (not through the base constructor), so
@@ -96,11 +127,21 @@ void LogTargetFile::OpenLogFile(char const* path)
 
 bool LogTargetFile::Write(char const* text)
 {
+    auto* file = static_cast<std::FILE*>(m_handle);
     if (text == nullptr) {
-        m_path.WriteFile(nullptr, -1, 0, nullptr, &m_handle);
-        return m_handle == nullptr;
+        if (file != nullptr)
+            std::fclose(file);
+        m_handle = nullptr;
+        return true;
     }
-    return m_path.WriteFile(text, static_cast<long long>(std::strlen(text)), 0, nullptr, &m_handle);
+    if (file == nullptr) {
+        file = OpenPrivately(m_path);
+        if (file == nullptr)
+            return false;
+        m_handle = file;
+    }
+    std::size_t const length = std::strlen(text);
+    return length > 0 && std::fwrite(text, 1, length, file) > 0;
 }
 
 bool LogTargetFile::Close(bool forgetPath)

@@ -8,8 +8,9 @@
 namespace Norvane {
 namespace QDXDesktopSDK {
 
-/// A log file. It opens (and truncates) on the first line written, starting
-/// with a UTF-8 byte-order mark, stays open across lines, and ends with the
+/// A log file, readable by its owner alone (mode 0600; a folder made for it
+/// 0700). It opens (and truncates) on the first line written, starting with
+/// a UTF-8 byte-order mark, stays open across lines, and ends with the
 /// logger's summary when the target is destroyed. With the marker file
 /// "/tmp/qdxpid" (or when asked) the process id joins the file name, so that
 /// dir/app.log becomes dir/app_4242.log.
