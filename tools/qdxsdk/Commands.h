@@ -18,6 +18,12 @@ void AddEventsCommand(CLI::App& app, ToolContext const& context, int& exitCode);
 void AddStatusCommand(CLI::App& app, ToolContext const& context, int& exitCode);
 void AddExportCommand(CLI::App& app, ToolContext const& context, int& exitCode);
 void AddPurgeCommand(CLI::App& app, ToolContext const& context, int& exitCode);
+// Field diagnosis: what the library finds, loads and logs.
+void AddDoctorCommand(CLI::App& app, ToolContext const& context, int& exitCode);
+void AddLocateCommand(CLI::App& app, ToolContext const& context, int& exitCode);
+void AddVersionCommand(CLI::App& app, ToolContext const& context, int& exitCode);
+void AddLibpathCommand(CLI::App& app, ToolContext const& context, int& exitCode);
+void AddLogCommand(CLI::App& app, ToolContext const& context, int& exitCode);
 
 }  // namespace QdxTool
 }  // namespace Norvane

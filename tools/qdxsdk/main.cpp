@@ -11,13 +11,17 @@ using namespace Norvane::QdxTool;
 namespace {
 
 // Every subcommand, in the order --help lists them.
-constexpr AddCommand kCommands[] = {AddEventsCommand, AddStatusCommand, AddExportCommand, AddPurgeCommand};
+constexpr AddCommand kCommands[] = {AddEventsCommand, AddStatusCommand, AddExportCommand, AddPurgeCommand,
+                                    // Field diagnosis.
+                                    AddDoctorCommand, AddLocateCommand, AddVersionCommand, AddLibpathCommand,
+                                    AddLogCommand};
 
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    CLI::App app("Shows and manages the usage data that the local core keeps in <SDK folder>/localcore/usage.db.",
+    CLI::App app("Shows and manages the usage data that the local core keeps in <SDK folder>/localcore/usage.db,\n"
+                 "and diagnoses how the library finds, loads and logs its companions.",
                  "qdxsdk");
     app.footer(std::string("\n") + kExitCodeHelp + "\nSee docs/qdxsdk.md for the output formats.");
     app.require_subcommand(1);
