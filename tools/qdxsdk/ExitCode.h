@@ -9,7 +9,7 @@ namespace QdxTool {
 enum ExitCode : int {
     kExitOk = 0,
     kExitUsage = 1,       ///< bad options or arguments, or a confirmation left out
-    kExitNotFound = 2,    ///< no database (the core has stored nothing there yet)
+    kExitNotFound = 2,    ///< no database (the core has stored nothing there yet); log show: no log file
     kExitUnreadable = 3,  ///< the database is corrupt, unreadable, or of another schema version
     kExitFailure = 4,     ///< anything else: a failed query, a file that cannot be written
 };
@@ -18,7 +18,7 @@ enum ExitCode : int {
 constexpr char kExitCodeHelp[] = "Exit codes:\n"
                                  "  0  success\n"
                                  "  1  usage error (bad options or arguments, confirmation missing)\n"
-                                 "  2  no usage database in the SDK folder\n"
+                                 "  2  no usage database in the SDK folder (log show: no log file)\n"
                                  "  3  the database is corrupt, unreadable or of a newer schema\n"
                                  "  4  any other failure\n";
 
