@@ -18,6 +18,9 @@ void AddEventsCommand(CLI::App& app, ToolContext const& context, int& exitCode);
 void AddStatusCommand(CLI::App& app, ToolContext const& context, int& exitCode);
 void AddExportCommand(CLI::App& app, ToolContext const& context, int& exitCode);
 void AddPurgeCommand(CLI::App& app, ToolContext const& context, int& exitCode);
+void AddSendCommand(CLI::App& app, ToolContext const& context, int& exitCode);
+void AddMessagesCommand(CLI::App& app, ToolContext const& context, int& exitCode);
+void AddCheckCompanionCommand(CLI::App& app, ToolContext const& context, int& exitCode);
 
 }  // namespace QdxTool
 }  // namespace Norvane

@@ -11,7 +11,8 @@ using namespace Norvane::QdxTool;
 namespace {
 
 // Every subcommand, in the order --help lists them.
-constexpr AddCommand kCommands[] = {AddEventsCommand, AddStatusCommand, AddExportCommand, AddPurgeCommand};
+constexpr AddCommand kCommands[] = {AddEventsCommand, AddStatusCommand,   AddExportCommand,        AddPurgeCommand,
+                                    AddSendCommand,   AddMessagesCommand, AddCheckCompanionCommand};
 
 }  // namespace
 
