@@ -4,7 +4,6 @@
 #include "ExitCode.h"
 
 #include "QdxInternalMessages.h"
-#include "values/JsonValueAccess.h"
 #include "values/RapidJson.h"
 
 #include <iostream>
@@ -42,8 +41,6 @@ int RunSend(SendOptions const& options)
         ReportError("the arguments are not valid JSON: " + options.arguments);
         return kExitUsage;
     }
-    if (options.arguments == "{}")
-        arguments = QDXDesktopSDK::JsonValueAccess::EmptyObject();
     unsigned int const code = QDXDesktopSDK::InternalProcessMessage(options.name.c_str(), arguments);
     if (options.json) {
         QdxRapidJson::StringBuffer buffer;
