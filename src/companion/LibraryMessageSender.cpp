@@ -1,5 +1,6 @@
 #include "companion/LibraryMessageSender.h"
 
+#include "companion/EntryPointNames.h"
 #include "companion/LibraryPathManager.h"
 #include "companion/SearchInputs.h"
 #include "support/Logger.h"
@@ -10,32 +11,16 @@
 namespace Norvane {
 namespace QDXDesktopSDK {
 
-namespace {
-
-std::string EntryPointSuffix(char const* loadableModuleName, char const* entryPointSuffix)
-{
-    if (entryPointSuffix != nullptr)
-        return entryPointSuffix;
-    if (loadableModuleName == nullptr)
-        return std::string();
-    std::string stem = Path(loadableModuleName).FileNameWithoutExt().GetString();
-    if (stem.compare(0, 3, "lib") == 0)
-        stem.erase(0, 3);
-    return "_" + stem;
-}
-
-}  // namespace
-
 LibraryMessageSender::LibraryMessageSender(char const* loadableModuleName, char const* entryPointSuffix,
                                            char const* installPath)
     : MessageSender(nullptr, nullptr), m_loadableModuleName(loadableModuleName), m_installPath(installPath)
 {
-    std::string const suffix = EntryPointSuffix(loadableModuleName, entryPointSuffix);
-    m_initializeName = "Initialize" + suffix;
-    m_initializeExName = "InitializeEx" + suffix;
-    m_finalizeName = "Finalize" + suffix;
-    m_processMessageName = "ProcessMessage" + suffix;
-    m_freeMessageName = "FreeMessage" + suffix;
+    EntryPointNames const names(EntryPointNames::SuffixFor(loadableModuleName, entryPointSuffix));
+    m_initializeName = names.initialize;
+    m_initializeExName = names.initializeEx;
+    m_finalizeName = names.finalize;
+    m_processMessageName = names.processMessage;
+    m_freeMessageName = names.freeMessage;
 }
 
 LibraryMessageSender::~LibraryMessageSender()

@@ -1,5 +1,6 @@
 // A stand-in companion, built once per suffix, version and variant (variants
 // leave entry points out). Tests script it and read back the calls it got.
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
@@ -82,10 +83,36 @@ FAKE_EXPORT void FAKE_ENTRY(Finalize)()
     Record("Finalize", "");
 }
 
+// Misbehaviour for checks of the checker: FAKE_MISBEHAVE_ON names the message
+// that is answered wrongly, FAKE_MISBEHAVIOUR says how.
+#define FAKE_MALFORMED 1  // an answer that is not JSON
+#define FAKE_CRASH 2      // a segmentation fault
+#define FAKE_HANG 3       // never returns
+#ifdef FAKE_MISBEHAVE_ON
+char const* Misbehave(char const* name)
+{
+    if (name == nullptr || std::strcmp(name, FAKE_MISBEHAVE_ON) != 0)
+        return nullptr;
+#if FAKE_MISBEHAVIOUR == FAKE_MALFORMED
+    return strdup("{\"_returnCode\": 0,");
+#elif FAKE_MISBEHAVIOUR == FAKE_CRASH
+    std::raise(SIGSEGV);
+#elif FAKE_MISBEHAVIOUR == FAKE_HANG
+    for (;;)
+        pause();
+#endif
+    return nullptr;
+}
+#endif
+
 #ifndef FAKE_WITHOUT_PROCESS_MESSAGE
 FAKE_EXPORT char const* FAKE_ENTRY(ProcessMessage)(char const* name, char const* data)
 {
     Record("ProcessMessage", name);
+#ifdef FAKE_MISBEHAVE_ON
+    if (char const* const wrong = Misbehave(name))
+        return wrong;
+#endif
     std::lock_guard<std::mutex> const lock(s_mutex);
     if (s_recording)
         s_messages.emplace_back(name != nullptr ? name : "", data != nullptr ? data : "");

@@ -4,10 +4,12 @@
 #include "RecordJson.h"
 #include "TestIsolation.h"
 
+#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
@@ -70,6 +72,77 @@ ToolResult RunQdxsdk(std::vector<std::string> const& arguments)
     result.err = ReadAll(fileno(errors));
     std::fclose(errors);
     return result;
+}
+
+RunningQdxsdk::RunningQdxsdk(std::vector<std::string> const& arguments)
+{
+    std::vector<char*> argv{const_cast<char*>(kQdxsdkProgram)};
+    for (std::string const& argument : arguments)
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+    int output[2];
+    if (pipe(output) != 0)
+        return;
+    m_pid = fork();
+    if (m_pid == 0) {
+        dup2(output[1], STDOUT_FILENO);
+        close(output[0]);
+        close(output[1]);
+        execv(kQdxsdkProgram, argv.data());
+        _exit(127);
+    }
+    close(output[1]);
+    m_output = output[0];
+}
+
+RunningQdxsdk::~RunningQdxsdk()
+{
+    if (m_pid > 0)
+        Stop(SIGKILL);
+    if (m_output >= 0)
+        close(m_output);
+}
+
+std::vector<std::string> RunningQdxsdk::WaitForLines(std::size_t count)
+{
+    auto const lines = [this] {
+        std::vector<std::string> split;
+        std::istringstream stream(m_read);
+        for (std::string line; std::getline(stream, line);)
+            split.push_back(line);
+        return split;
+    };
+    // Generous: the program polls every quarter second, but a loaded machine is slow.
+    auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (lines().size() < count && std::chrono::steady_clock::now() < deadline && m_output >= 0) {
+        pollfd ready{m_output, POLLIN, 0};
+        if (poll(&ready, 1, 200) <= 0)
+            continue;
+        char buffer[4096];
+        ssize_t const got = read(m_output, buffer, sizeof buffer);
+        if (got <= 0)
+            break;
+        m_read.append(buffer, static_cast<std::size_t>(got));
+    }
+    return lines();
+}
+
+int RunningQdxsdk::Stop(int signal)
+{
+    if (m_pid <= 0)
+        return -1;
+    kill(m_pid, signal);
+    return Wait();
+}
+
+int RunningQdxsdk::Wait()
+{
+    if (m_pid <= 0)
+        return -1;
+    int status = 0;
+    waitpid(m_pid, &status, 0);
+    m_pid = -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 QDXDesktopSDK::JsonDocument ParseJson(std::string const& text)

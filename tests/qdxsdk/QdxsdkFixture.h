@@ -24,6 +24,29 @@ ToolResult RunQdxsdk(std::vector<std::string> const& arguments);
 
 Norvane::QDXDesktopSDK::JsonDocument ParseJson(std::string const& text);
 
+/// qdxsdk running in the background (events --follow), its output read as it comes.
+class RunningQdxsdk {
+public:
+    explicit RunningQdxsdk(std::vector<std::string> const& arguments);
+    ~RunningQdxsdk();
+    RunningQdxsdk(RunningQdxsdk const&) = delete;
+    RunningQdxsdk& operator=(RunningQdxsdk const&) = delete;
+
+    /// Reads the output until it holds at least `count` lines, for up to a
+    /// generous limit; returns the lines read so far either way.
+    std::vector<std::string> WaitForLines(std::size_t count);
+    /// Sends `signal` and waits for the program: its exit code, -1 when it
+    /// did not exit normally.
+    int Stop(int signal);
+    /// Waits for the program to end by itself: as Stop.
+    int Wait();
+
+private:
+    int m_pid = -1;
+    int m_output = -1;
+    std::string m_read;
+};
+
 class QdxsdkTest : public testing::Test {
 protected:
     static constexpr char kSessionA[] = "5f0c2a4e-8d1b-4c3a-9e7f-0a1b2c3d4e5f";

@@ -24,6 +24,10 @@ void AddLocateCommand(CLI::App& app, ToolContext const& context, int& exitCode);
 void AddVersionCommand(CLI::App& app, ToolContext const& context, int& exitCode);
 void AddLibpathCommand(CLI::App& app, ToolContext const& context, int& exitCode);
 void AddLogCommand(CLI::App& app, ToolContext const& context, int& exitCode);
+// Talking to companions.
+void AddSendCommand(CLI::App& app, ToolContext const& context, int& exitCode);
+void AddMessagesCommand(CLI::App& app, ToolContext const& context, int& exitCode);
+void AddCheckCompanionCommand(CLI::App& app, ToolContext const& context, int& exitCode);
 
 }  // namespace QdxTool
 }  // namespace Norvane

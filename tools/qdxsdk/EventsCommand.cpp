@@ -1,8 +1,10 @@
 // qdxsdk events: the records the local core keeps, as a table or as JSON lines.
 #include "Commands.h"
+#include "EventsFollow.h"
 #include "ExitCode.h"
 #include "RecordSelection.h"
 #include "RecordFormat.h"
+#include "SinceTime.h"
 #include "StoreAccess.h"
 
 #include <iostream>
@@ -16,10 +18,23 @@ namespace {
 struct EventsOptions {
     RecordSelection selection;
     bool json = false;
+    bool follow = false;
 };
+
+int FollowNewEvents(EventsOptions const& options, ToolContext const& context)
+{
+    if (!options.json)
+        std::cout << RecordTableHeader() << '\n';
+    auto const print = [&options](LocalCore::StoredRecord const& record) {
+        std::cout << (options.json ? RecordJsonLine(record) : RecordTableRow(record)) << '\n';
+    };
+    return FollowEvents(context, options.selection.Filter(NowMs()), options.selection.Limit(), print);
+}
 
 int RunEvents(EventsOptions const& options, ToolContext const& context)
 {
+    if (options.follow)
+        return FollowNewEvents(options, context);
     int exitCode = kExitOk;
     std::unique_ptr<LocalCore::Store> const store = OpenForReading(context, exitCode);
     if (!store)
@@ -52,6 +67,9 @@ void AddEventsCommand(CLI::App& app, ToolContext const& context, int& exitCode)
     options->selection.AddOptions(*command);
     command->add_flag("--json", options->json,
                       "One JSON object a line, with exactly the members seq, time, session_id, name and args");
+    command->add_flag("--follow,-f", options->follow,
+                      "Keep running: print new records as the core stores them, until interrupted (Ctrl-C); waits "
+                      "for a database that does not exist yet. With --limit, ends after N records");
     command->callback([options, &context, &exitCode] { exitCode = RunEvents(*options, context); });
 }
 

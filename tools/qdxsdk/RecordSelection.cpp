@@ -48,8 +48,13 @@ LocalCore::RecordFilter RecordSelection::Filter(long long nowMs) const
 bool RecordSelection::ForEach(LocalCore::Store& store, std::function<void(LocalCore::StoredRecord const&)> const& visit,
                               std::string& error) const
 {
-    LocalCore::RecordFilter filter = Filter(NowMs());
-    long long remaining = m_limit;
+    return Walk(store, Filter(NowMs()), m_limit, visit, error);
+}
+
+bool RecordSelection::Walk(LocalCore::Store& store, LocalCore::RecordFilter filter, long long limit,
+                           std::function<void(LocalCore::StoredRecord const&)> const& visit, std::string& error)
+{
+    long long remaining = limit;
     while (remaining != 0) {
         filter.limit = remaining > 0 ? std::min(remaining, kPageSize) : kPageSize;
         // A short page does not mean the end: the store leaves out records it

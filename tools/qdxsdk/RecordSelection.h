@@ -24,9 +24,16 @@ public:
     bool ForEach(LocalCore::Store& store, std::function<void(LocalCore::StoredRecord const&)> const& visit,
                  std::string& error) const;
 
-private:
+    /// The filter of the options, with --since taken from nowMs.
     LocalCore::RecordFilter Filter(long long nowMs) const;
+    /// --limit; negative without one.
+    long long Limit() const { return m_limit; }
+    /// Calls visit for at most `limit` records (negative: all) that pass
+    /// `filter`, in ascending seq, reading them in pages.
+    static bool Walk(LocalCore::Store& store, LocalCore::RecordFilter filter, long long limit,
+                     std::function<void(LocalCore::StoredRecord const&)> const& visit, std::string& error);
 
+private:
     std::string m_sessionId;
     std::string m_name;
     std::string m_since;

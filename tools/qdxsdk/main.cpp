@@ -14,7 +14,9 @@ namespace {
 constexpr AddCommand kCommands[] = {AddEventsCommand, AddStatusCommand, AddExportCommand, AddPurgeCommand,
                                     // Field diagnosis.
                                     AddDoctorCommand, AddLocateCommand, AddVersionCommand, AddLibpathCommand,
-                                    AddLogCommand};
+                                    AddLogCommand,
+                                    // Talking to companions.
+                                    AddSendCommand, AddMessagesCommand, AddCheckCompanionCommand};
 
 }  // namespace
 

@@ -198,6 +198,11 @@ long long Store::DataVersion()
     return Guarded(*m_impl, -1LL, [&] { return m_impl->DataVersion(); });
 }
 
+long long Store::NewestSeq()
+{
+    return Guarded(*m_impl, -1LL, [&] { return m_impl->NewestSeq(); });
+}
+
 bool Store::NeedsReopen() const
 {
     try {

@@ -168,6 +168,10 @@ public:
     /// Changes whenever another connection commits: the moment to reload
     /// settings. -1 on failure.
     long long DataVersion();
+    /// The highest seq ever given (kept after deletion; 0 before the first
+    /// record): one small read, for watching the store for new records.
+    /// -1 on failure.
+    long long NewestSeq();
 
     /// True once an operation found the database corrupt, or its file was
     /// moved away or replaced by another process: every later operation

@@ -43,6 +43,7 @@ public:
     std::map<std::string, long long> Counters();
     StoreFigures Figures();
     long long DataVersion();
+    long long NewestSeq();
 
     bool NeedsReopen() const;
     /// Records a failure of the store's own (not SQLite's); returns false.

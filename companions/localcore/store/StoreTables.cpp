@@ -129,5 +129,11 @@ long long Store::Impl::DataVersion()
     return m_connection->QueryInt("PRAGMA data_version");
 }
 
+long long Store::Impl::NewestSeq()
+{
+    long long const seq = m_connection->QueryInt("SELECT seq FROM sqlite_sequence WHERE name = 'records'", 0);
+    return m_connection->Error().empty() ? seq : -1;
+}
+
 }  // namespace LocalCore
 }  // namespace Norvane
