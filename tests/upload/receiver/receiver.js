@@ -166,6 +166,14 @@ function answer(request, response, raw)
         response.writeHead(status, {'Content-Type': 'application/json', ...headers});
         response.end(JSON.stringify(body));
     };
+    if (down) {
+        // A request on a connection kept from before: a collector that is
+        // down answers nothing.
+        appendLines(options.requests, [{...entry, outcome: 'dropped', status: null}]);
+        count('dropped');
+        request.socket.destroy();
+        return;
+    }
     if (read.error) {
         appendLines(options.errors, [{request: number, status: read.status, error: read.error}]);
         appendLines(options.requests, [{...entry, outcome: 'invalid', status: read.status}]);
@@ -173,12 +181,12 @@ function answer(request, response, raw)
         return send(read.status, {code: 3, message: read.error});
     }
     const planned = plan.answer();
+    if (plan.current().kind === 'down')
+        goDown(response);
     if (planned.kind === 'drop') {
         appendLines(options.requests, [{...entry, outcome: 'dropped', status: null}]);
         count('dropped');
         request.socket.destroy();
-        if (plan.current().kind === 'down')
-            goDown();
         return;
     }
     setTimeout(() => {
@@ -209,10 +217,6 @@ const server = http.createServer((request, response) => {
             chunks.push(chunk);
     });
     request.on('end', () => answer(request, response, size <= largestBody ? Buffer.concat(chunks) : null));
-    response.on('finish', () => {
-        if (plan.current().kind === 'down')
-            goDown();
-    });
 });
 let port = Number(options.port);
 let down = false;
@@ -226,22 +230,27 @@ function listen(then)
 }
 
 // Refused connections, as from a collector that is not running, then the
-// next step.
-function goDown()
+// next step. New connections are refused at once; those open end once the
+// answer that led here is sent.
+function goDown(lastAnswer)
 {
-    if (down)
-        return;
     down = true;
     server.close();
-    server.closeAllConnections();
-    setTimeout(() => {
-        down = false;
-        plan.advance();
-        listen(() => {
-            if (plan.current().kind === 'down')
-                goDown();
-        });
-    }, plan.current().downMs);
+    const closeConnections = () => {
+        server.closeAllConnections();
+        setTimeout(() => {
+            plan.advance();
+            listen(() => {
+                down = false;
+                if (plan.current().kind === 'down')
+                    goDown();
+            });
+        }, plan.current().downMs);
+    };
+    if (lastAnswer)
+        lastAnswer.on('close', closeConnections);
+    else
+        closeConnections();
 }
 
 listen(() => {
