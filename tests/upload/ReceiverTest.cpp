@@ -100,11 +100,11 @@ std::string const kValidBody = R"({"resourceLogs":[{
        {"key":"facets","value":{"arrayValue":{"values":[{"stringValue":"content"},{"boolValue":true}]}}}]}},
      "attributes":[{"key":"event.name","value":{"stringValue":"TrackEvent"}},
                    {"key":"session.id","value":{"stringValue":"s-1"}},
-                   {"key":"qdx.record_id","value":{"stringValue":"r-1"}}],
+                   {"key":"qdx.record.id","value":{"stringValue":"r-1"}}],
      "traceId":"0102030405060708090a0b0c0d0e0f10","spanId":"0102030405060708"},
     {"timeUnixNano":"1700000000124000000","body":{"kvlistValue":{"values":[]}},
      "attributes":[{"key":"event.name","value":{"stringValue":"HeartBeat"}},
-                   {"key":"qdx.record_id","value":{"stringValue":"r-2"}}]}]}]}]})";
+                   {"key":"qdx.record.id","value":{"stringValue":"r-2"}}]}]}]}]})";
 
 // A test with a receiver started on the given plan.
 class ReceiverTest : public ::testing::Test {

@@ -71,7 +71,7 @@ try {
         'plan': {type: 'string', default: '200'},
         'seed': {type: 'string', default: '1'},
         'port': {type: 'string', default: '0'},
-        'record-id-key': {type: 'string', default: 'qdx.record_id'},
+        'record-id-key': {type: 'string', default: 'qdx.record.id'},
         'session-id-key': {type: 'string', default: 'session.id'},
         'event-name-key': {type: 'string', default: 'event.name'},
     },
