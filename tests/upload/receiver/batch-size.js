@@ -4,12 +4,13 @@
 // of docs/fleet.md: a batch of the typical event of the benchmarks (four
 // facets, 25 fields, a nested object and an array), with the time, the record
 // id and three fields different in every record, checked by the receiver's
-// schema check before it is measured.
+// schema check before it is measured. Also its size in the protobuf encoding,
+// as a collector passes OTLP on.
 //
 //   node batch-size.js [--records 512] [--seed 1]
 const zlib = require('zlib');
 const {parseArgs} = require('util');
-const {checkLogsRequest} = require('./otlpLogs');
+const {checkLogsRequest, protobufBytes} = require('./otlpLogs');
 
 const {values: options} = parseArgs({
     options: {records: {type: 'string', default: '512'}, seed: {type: 'string', default: '1'}},
@@ -83,6 +84,8 @@ const json = Buffer.from(JSON.stringify(request));
 const eventText = JSON.stringify(event()).length;
 console.log(`records: ${count}; one event as compact JSON: ${eventText} bytes`);
 console.log(`request as JSON: ${json.length} bytes (${(json.length / count).toFixed(0)} a record)`);
+const protobuf = protobufBytes(request);
+console.log(`as protobuf: ${protobuf} bytes (${(protobuf / count).toFixed(0)} a record)`);
 for (const level of [1, 6, 9]) {
     const gzip = zlib.gzipSync(json, {level});
     console.log(`gzip level ${level}: ${gzip.length} bytes (${(gzip.length / count).toFixed(0)} a record), ratio ${

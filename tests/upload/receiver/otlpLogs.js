@@ -192,4 +192,11 @@ function plainLogRecords(request)
     return records;
 }
 
-module.exports = {checkLogsRequest, plainLogRecords};
+/// The length of a valid request in the protobuf encoding, as a collector
+/// that forwards OTLP as protobuf (to a queue, say) passes it on.
+function protobufBytes(request)
+{
+    return ExportLogsServiceRequest.encode(ExportLogsServiceRequest.fromObject(hexIdsToBase64(request))).finish().length;
+}
+
+module.exports = {checkLogsRequest, plainLogRecords, protobufBytes};
