@@ -171,6 +171,12 @@ WriterStatus LocalCore::StoreStatus()
     return CurrentWriter().Status();
 }
 
+UploadConfig LocalCore::UploadSettings()
+{
+    std::lock_guard<std::mutex> const lock(m_writerMutex);
+    return m_config.upload;
+}
+
 bool LocalCore::StorageUnavailable()
 {
     Writer* const writer = m_liveWriter.load(std::memory_order_acquire);

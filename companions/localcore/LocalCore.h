@@ -58,6 +58,8 @@ public:
     bool Flush();
     long long CloseTimeoutMs() const;
     WriterStatus StoreStatus();
+    /// Where records are uploaded to, as configured now.
+    UploadConfig UploadSettings();
     /// The database could not be opened (or has a newer schema): records cannot be kept.
     bool StorageUnavailable();
     Writer& CurrentWriter();

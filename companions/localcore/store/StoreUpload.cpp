@@ -9,18 +9,6 @@
 namespace Norvane {
 namespace LocalCore {
 
-namespace {
-
-// Counters of what the upload did, shared like the drop counters.
-constexpr char kBatchesSent[] = "upload_batches_sent";
-constexpr char kRecordsSent[] = "upload_records_sent";
-constexpr char kRecordsRejected[] = "upload_records_rejected";
-constexpr char kBatchesRetried[] = "upload_batches_retried";
-constexpr char kBatchesDropped[] = "upload_batches_dropped";
-constexpr char kRecordsDropped[] = "upload_records_dropped";
-
-}  // namespace
-
 bool Store::Impl::ClaimUploadBatch(std::string const& owner, long long nowMs, UploadLimits const& limits,
                                    UploadBatch& batch)
 {
@@ -116,16 +104,16 @@ bool Store::Impl::FinishUploadBatch(UploadBatch const& batch, UploadResult const
     switch (result.outcome) {
     case UploadOutcome::Delivered:
         settle = true;
-        counts = {{kBatchesSent, 1}, {kRecordsSent, count}};
+        counts = {{UploadCounter::kBatchesSent, 1}, {UploadCounter::kRecordsSent, count}};
         if (result.rejected > 0)
-            counts[kRecordsRejected] = std::min(result.rejected, count);
+            counts[UploadCounter::kRecordsRejected] = std::min(result.rejected, count);
         break;
     case UploadOutcome::Dropped:
         settle = true;
-        counts = {{kBatchesDropped, 1}, {kRecordsDropped, count}};
+        counts = {{UploadCounter::kBatchesDropped, 1}, {UploadCounter::kRecordsDropped, count}};
         break;
     case UploadOutcome::Retry:
-        counts = {{kBatchesRetried, 1}};
+        counts = {{UploadCounter::kBatchesRetried, 1}};
         reachedCollector = false;
         break;
     case UploadOutcome::Unconfirmed:

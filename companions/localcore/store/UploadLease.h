@@ -13,6 +13,19 @@ namespace LocalCore {
 
 struct StoredRecord;
 
+/// Counters of what the upload did, shared by every process like the drop
+/// counters; status reports show them all, 0 until something was counted.
+namespace UploadCounter {
+constexpr char kBatchesSent[] = "upload_batches_sent";          ///< batches a collector took (2xx)
+constexpr char kRecordsSent[] = "upload_records_sent";          ///< their records
+constexpr char kRecordsRejected[] = "upload_records_rejected";  ///< of those, rejected by a partial success
+constexpr char kBatchesRetried[] = "upload_batches_retried";    ///< attempts that failed and will be tried again
+constexpr char kBatchesDropped[] = "upload_batches_dropped";    ///< batches refused for good (400 and the like)
+constexpr char kRecordsDropped[] = "upload_records_dropped";    ///< their records, deleted unsent
+constexpr char const* kAll[] = {kBatchesSent,    kRecordsSent,    kRecordsRejected,
+                                kBatchesRetried, kBatchesDropped, kRecordsDropped};
+}  // namespace UploadCounter
+
 /// How a batch is chosen.
 struct UploadLimits {
     long long maxRecords = 512;

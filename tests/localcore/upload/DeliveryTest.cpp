@@ -126,6 +126,10 @@ TEST_F(DeliveryTest, ARestartInBetweenLosesNothing)
     OptIn();
     SendRecords(10);
     ASSERT_TRUE(PollUntil([&] { return Counter("upload_batches_retried") >= 1; }, kDeliveryBound));
+    Answer const status = Send("GetStoreStatus");
+    EXPECT_EQ(m_receiver.Endpoint(), status.json["upload"]["endpoint"].GetString());
+    EXPECT_TRUE(status.json["upload"]["active"].GetBool());
+    EXPECT_GE(status.json["upload"]["failed_attempts"].GetInt64(), 1);
     Core().Unload();
     EXPECT_EQ(10u, StoredRecords().size()) << "refused records stay pending";
 
