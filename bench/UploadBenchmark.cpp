@@ -122,10 +122,9 @@ void TrackEventTimed(benchmark::State& state, bool upload)
     QdxBench::ConfigureLocalCore(upload ? UploadConfiguration(true) : std::string("QDX_LOCALCORE_MAX_BYTES=1G\n"));
     QdxString const sessionId = UseCoreCompanion(CoreCompanion::LocalCore, true);
     FlushUntilDone();
-    if (upload) {
-        // The upload thread has started and sends what comes each second.
-        std::this_thread::sleep_for(std::chrono::milliseconds(1500));
-    }
+    // Both alike, so that only the upload differs: by then the upload
+    // thread has started and sends what comes each second.
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
     Facet::Core event(nullptr, false);
     QdxBench::FillCoreEvent(event);
     s_refused = 0;
