@@ -18,6 +18,21 @@ JsonNode Text(std::string const& text, JsonDocument& document)
     return JsonNode(text.c_str(), static_cast<QdxLocalCoreJson::SizeType>(text.size()), document.GetAllocator());
 }
 
+// Where records go and how the sending fares; the counts are among the counters.
+JsonNode UploadStatus(LocalCore& core, UploadState const& state, JsonDocument& document)
+{
+    auto& allocator = document.GetAllocator();
+    JsonNode upload(QdxLocalCoreJson::kObjectType);
+    std::string const endpoint = core.UploadSettings().endpoint;
+    upload.AddMember("endpoint", Text(endpoint, document), allocator);
+    upload.AddMember("active", !endpoint.empty() && core.Settings().Consented() && !core.Settings().Disabled(),
+                     allocator);
+    upload.AddMember("failed_attempts", static_cast<std::int64_t>(state.failedAttempts), allocator);
+    upload.AddMember("next_attempt_ms", static_cast<std::int64_t>(state.nextAttemptMs), allocator);
+    upload.AddMember("batches_in_flight", static_cast<std::int64_t>(state.activeLeases), allocator);
+    return upload;
+}
+
 }  // namespace
 
 // Kept in the database: every later process of every application starts the
@@ -131,12 +146,15 @@ char const* HandleGetStoreStatus(LocalCore& core, Message const&)
     answer.AddMember("queue_high_water_bytes", static_cast<std::uint64_t>(core.Queue().HighWaterBytes()), allocator);
     // The shared counters, and this process's drops not yet written to them.
     std::map<std::string, long long> all = status.counters;
+    for (char const* const name : UploadCounter::kAll)
+        all.emplace(name, 0);
     for (auto const& [name, value] : core.Drops().Pending())
         all[name] += value;
     JsonNode counters(QdxLocalCoreJson::kObjectType);
     for (auto const& [name, value] : all)
         counters.AddMember(Text(name, answer), JsonNode(static_cast<std::int64_t>(value)), allocator);
     answer.AddMember("counters", counters, allocator);
+    answer.AddMember("upload", UploadStatus(core, status.upload, answer), allocator);
     answer.AddMember("last_error", Text(status.lastError, answer), allocator);
     answer.AddMember("consent", Text(core.Settings().Get(Setting::kConsent, "unknown"), answer), allocator);
     answer.AddMember("disabled", core.Settings().Disabled(), allocator);

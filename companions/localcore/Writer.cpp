@@ -295,9 +295,11 @@ Writer::GroupOutcome Writer::WriteGroup(std::vector<WorkItem>& items)
     {
         StoreFigures figures;
         std::map<std::string, long long> counters;
+        UploadState upload;
         if (m_figuresWanted) {
             figures = m_store->Figures();
             counters = m_store->Counters();
+            upload = m_store->ReadUploadState(NowMs());
         }
         std::lock_guard<std::mutex> const lock(m_statusMutex);
         m_status.recordsStored += stored;
@@ -305,6 +307,7 @@ Writer::GroupOutcome Writer::WriteGroup(std::vector<WorkItem>& items)
         if (m_figuresWanted) {
             m_status.figures = figures;
             m_status.counters = std::move(counters);
+            m_status.upload = std::move(upload);
         }
         m_figuresWanted = false;
     }

@@ -30,6 +30,7 @@ struct WriterStatus {
     long long recordsStored = 0;                ///< by this process
     StoreFigures figures;                       ///< as of the last ReadFigures item
     std::map<std::string, long long> counters;  ///< the shared counters, as of the last ReadFigures item
+    UploadState upload;                         ///< the upload's shared state, as of the last ReadFigures item
 };
 
 /// A record as it was stored, for the host's testing callback.

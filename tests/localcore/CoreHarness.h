@@ -73,6 +73,13 @@ protected:
     void SetUp() override;
 
     LoadedCore& Core() { return *m_core; }
+    /// Unloads the core (unless that was done) and loads it afresh, as the
+    /// application's next process would.
+    void ReloadCore()
+    {
+        m_core.reset();
+        m_core = std::make_unique<LoadedCore>();
+    }
     Answer Send(char const* name, std::string const& text = "{}") { return m_core->Send(name, text); }
     int Code(char const* name, std::string const& text = "{}") { return Send(name, text).code; }
     void OptIn() { ASSERT_EQ(Code("SetOptedIn", R"({"OptIN": true})"), 0); }

@@ -231,4 +231,17 @@ TEST_F(DiagnosisTest, DoctorListsTheLayoutAndEndsWithTheProblems)
              "Problems:\n  - the environment file's mirror"})
         EXPECT_NE(text.out.find(expected), std::string::npos) << expected << "\n" << text.out;
     EXPECT_EQ(text.out.find("no copy of QdxSDKCore.so"), std::string::npos) << text.out;
+
+    // A collector that fails to answer, and one that refused records for good.
+    Norvane::LocalCore::UploadBatch batch;
+    ASSERT_TRUE(m_store->ClaimUploadBatch("test", m_nowMs, {}, batch));
+    Norvane::LocalCore::UploadResult retry;
+    retry.outcome = Norvane::LocalCore::UploadOutcome::Retry;
+    retry.retryDelayMs = [](long long) { return 60000LL; };
+    ASSERT_TRUE(m_store->FinishUploadBatch(batch, retry, m_nowMs));
+    ASSERT_TRUE(m_store->AddToCounters({{"upload_records_dropped", 4}}));
+    ToolResult const failing = Run({"doctor", "--exe", kHost});
+    for (char const* expected : {"Upload:           1 failed attempts in a row",
+                                 "did not take the last 1 upload attempts", "the collector refused 4 records for good"})
+        EXPECT_NE(failing.out.find(expected), std::string::npos) << expected << "\n" << failing.out;
 }

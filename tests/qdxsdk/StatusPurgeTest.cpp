@@ -3,6 +3,7 @@
 #include "QdxsdkFixture.h"
 
 #include "RecordJson.h"
+#include "Schema.h"
 
 using namespace Norvane;
 
@@ -15,7 +16,7 @@ TEST_F(QdxsdkTest, StatusJsonGivesTheFiguresCountersAndSettings)
     ASSERT_TRUE(status.IsObject()) << fresh.out;
     EXPECT_EQ(status["database"], DatabasePath().c_str());
     EXPECT_GT(status["database_bytes"].GetInt64(), 0);
-    EXPECT_EQ(status["schema_version"].GetInt(), 1);
+    EXPECT_EQ(status["schema_version"].GetInt(), LocalCore::Schema::CurrentVersion());
     EXPECT_EQ(status["records"].GetInt64(), 5);
     EXPECT_EQ(status["sessions"].GetInt64(), 2);
     EXPECT_EQ(status["open_sessions"].GetInt64(), 1);
@@ -24,9 +25,14 @@ TEST_F(QdxsdkTest, StatusJsonGivesTheFiguresCountersAndSettings)
     EXPECT_EQ(status["newest_seq"].GetInt64(), 5);
     EXPECT_TRUE(status["consent"].IsNull());
     EXPECT_FALSE(status["disabled"].GetBool());
-    for (char const* counter : {"dropped_not_consented", "dropped_queue_full", "dropped_no_storage", "dropped_disabled",
-                                "dropped_malformed", "dropped_store_error", "removed_by_size", "removed_by_age"})
+    for (char const* counter :
+         {"dropped_not_consented", "dropped_queue_full", "dropped_no_storage", "dropped_disabled", "dropped_malformed",
+          "dropped_store_error", "removed_by_size", "removed_by_age", "upload_batches_sent", "upload_records_sent",
+          "upload_records_rejected", "upload_batches_retried", "upload_batches_dropped", "upload_records_dropped"})
         EXPECT_EQ(status["counters"][counter], 0) << counter;
+    EXPECT_EQ(status["upload"]["failed_attempts"], 0);
+    EXPECT_TRUE(status["upload"]["next_attempt_time"].IsNull());
+    EXPECT_EQ(status["upload"]["batches_in_flight"], 0);
 
     ASSERT_TRUE(m_store->SetSetting("consent", "out"));
     ASSERT_TRUE(m_store->SetSetting("disabled", "1"));
@@ -34,6 +40,11 @@ TEST_F(QdxsdkTest, StatusJsonGivesTheFiguresCountersAndSettings)
     LocalCore::StoreLimits limits;
     limits.maxAgeMs = 48LL * 3600 * 1000;  // the first record goes
     ASSERT_TRUE(m_store->Trim(limits, m_nowMs).ok);
+    // A batch on its way, as an uploading core leaves it.
+    LocalCore::UploadBatch batch;
+    LocalCore::UploadLimits limits1;
+    limits1.maxRecords = 1;
+    ASSERT_TRUE(m_store->ClaimUploadBatch("test", m_nowMs, limits1, batch));
     ToolResult const later = Run({"status", "--json"});
     ASSERT_EQ(later.exitCode, 0) << later.err;
     status = ParseJson(later.out);
@@ -45,11 +56,13 @@ TEST_F(QdxsdkTest, StatusJsonGivesTheFiguresCountersAndSettings)
     EXPECT_EQ(status["counters"]["dropped_queue_full"], 3);
     EXPECT_EQ(status["counters"]["dropped_not_consented"], 7);
     EXPECT_EQ(status["counters"]["removed_by_age"], 1);
+    EXPECT_EQ(status["upload"]["batches_in_flight"], 1);
 
     ToolResult const text = Run({"status"});
     ASSERT_EQ(text.exitCode, 0) << text.err;
-    for (char const* shown : {"Records:          4\n", "Consent:          out\n", "Collection:       disabled\n",
-                              "  dropped_queue_full          3\n"})
+    for (char const* shown :
+         {"Records:          4\n", "Consent:          out\n", "Collection:       disabled\n",
+          "  dropped_queue_full          3\n", "Upload:           no failed attempts, 1 batches in flight\n"})
         EXPECT_NE(text.out.find(shown), std::string::npos) << shown << " in\n" << text.out;
 }
 

@@ -3,6 +3,7 @@
 #include "CoreSettings.h"
 #include "DropCounters.h"
 #include "RecordJson.h"
+#include "SinceTime.h"
 
 #include <iomanip>
 
@@ -17,6 +18,16 @@ constexpr char const* kRemovedCounters[] = {"removed_by_size", "removed_by_age"}
 std::string TimeOrNone(LocalCore::StoreFigures const& figures, long long timeMs)
 {
     return figures.records > 0 ? LocalCore::Rfc3339Utc(timeMs) : std::string("-");
+}
+
+// Whether the upload backs off, and how many batches are on their way.
+std::string UploadText(LocalCore::UploadState const& upload)
+{
+    std::string text = upload.failedAttempts == 0
+                           ? std::string("no failed attempts")
+                           : std::to_string(upload.failedAttempts) + " failed attempts in a row, next at " +
+                                 LocalCore::Rfc3339Utc(upload.nextAttemptMs);
+    return text + ", " + std::to_string(upload.activeLeases) + " batches in flight";
 }
 
 }  // namespace
@@ -34,10 +45,16 @@ bool ReadStatus(LocalCore::Store& store, Status& status, std::string& error)
         status.settings = store.Settings();
         error = store.LastError();
     }
+    if (error.empty()) {
+        status.upload = store.ReadUploadState(NowMs());
+        error = store.LastError();
+    }
     // Shown even before the first count, so that scripts find them all.
     for (int reason = 0; reason < static_cast<int>(LocalCore::DropReason::Count); ++reason)
         status.counters.emplace(LocalCore::DropCounters::CounterName(static_cast<LocalCore::DropReason>(reason)), 0);
     for (char const* const name : kRemovedCounters)
+        status.counters.emplace(name, 0);
+    for (char const* const name : LocalCore::UploadCounter::kAll)
         status.counters.emplace(name, 0);
     return error.empty();
 }
@@ -56,6 +73,7 @@ void PrintStatusText(std::ostream& out, Status const& status)
     line("Newest seq:") << figures.newestSeq << '\n';
     line("Consent:") << (consent.empty() ? std::string("not answered") : consent) << '\n';
     line("Collection:") << (status.Setting(LocalCore::Setting::kDisabled) == "1" ? "disabled" : "enabled") << '\n';
+    line("Upload:") << UploadText(status.upload) << '\n';
     out << "Counters:\n";
     for (auto const& [name, value] : status.counters)
         out << "  " << std::left << std::setw(28) << name << value << '\n';
@@ -97,6 +115,15 @@ void WriteStatusJson(QdxRapidJson::Writer<QdxRapidJson::StringBuffer>& writer, S
     textOrNull(!consent.empty(), consent);
     writer.Key("disabled");
     writer.Bool(status.Setting(LocalCore::Setting::kDisabled) == "1");
+    writer.Key("upload");
+    writer.StartObject();
+    writer.Key("failed_attempts");
+    writer.Int64(status.upload.failedAttempts);
+    writer.Key("next_attempt_time");
+    textOrNull(status.upload.nextAttemptMs > 0, LocalCore::Rfc3339Utc(status.upload.nextAttemptMs));
+    writer.Key("batches_in_flight");
+    writer.Int64(status.upload.activeLeases);
+    writer.EndObject();
     writer.Key("counters");
     writer.StartObject();
     for (auto const& [name, value] : status.counters) {

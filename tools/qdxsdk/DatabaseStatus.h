@@ -16,6 +16,7 @@ namespace QdxTool {
 struct Status {
     std::string database;
     LocalCore::StoreFigures figures;
+    LocalCore::UploadState upload;
     std::map<std::string, long long> counters;
     std::map<std::string, std::string> settings;
 
@@ -26,7 +27,7 @@ struct Status {
     }
 };
 
-/// Reads figures, counters and settings; false with `error` set when a read failed.
+/// Reads figures, counters, settings and the upload's state; false with `error` set when a read failed.
 bool ReadStatus(LocalCore::Store& store, Status& status, std::string& error);
 /// The lines of `qdxsdk status`.
 void PrintStatusText(std::ostream& out, Status const& status);

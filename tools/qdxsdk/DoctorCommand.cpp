@@ -111,6 +111,14 @@ void FindProblems(Findings& findings)
     if (findings.database && findings.status.Setting("disabled") == "1")
         problem("collection is turned off (an application called DisableQDX)",
                 "the application turns it on again; nothing is recorded until then");
+    if (findings.database && findings.status.upload.failedAttempts > 0)
+        problem("the collector did not take the last " + std::to_string(findings.status.upload.failedAttempts) +
+                    " upload attempts; records wait in the database and are tried again",
+                "check upload_endpoint and upload_headers in qdxdesktopsdk.env and that the collector answers");
+    auto const dropped = findings.status.counters.find(LocalCore::UploadCounter::kRecordsDropped);
+    if (findings.database && dropped != findings.status.counters.end() && dropped->second > 0)
+        problem("the collector refused " + std::to_string(dropped->second) + " records for good (4xx answers)",
+                "read the collector's log for why it refused them (authentication, size limits)");
 }
 
 void PrintText(Findings const& findings)
