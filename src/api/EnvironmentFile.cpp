@@ -13,8 +13,6 @@ namespace QDXDesktopSDK {
 
 namespace {
 
-constexpr char kEnvironmentFile[] = "qdxdesktopsdk.env";
-
 // The newest "qdxdesktopsdk.env" among the folders searched for companions.
 Path LocateSource()
 {

@@ -4,6 +4,9 @@
 namespace Norvane {
 namespace QDXDesktopSDK {
 
+/// Its file name, in the companion folders and, mirrored, in the SDK folder.
+constexpr char kEnvironmentFile[] = "qdxdesktopsdk.env";
+
 /// Mirrors the optional environment file "qdxdesktopsdk.env" of the companion
 /// folders into the SDK folder: a changed file is copied there, and a copy
 /// whose source has gone is deleted. After either, a running core service is

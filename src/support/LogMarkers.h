@@ -17,6 +17,7 @@ constexpr char kDev[] = "qdxdev";
 constexpr char kDebug[] = "qdxdebug";
 constexpr char kPid[] = "qdxpid";
 constexpr char kVerbose[] = "qdxverbose";
+constexpr char const* kAll[] = {kDev, kDebug, kPid, kVerbose};
 
 /// "/tmp/<name>".
 Path PathOf(char const* name);

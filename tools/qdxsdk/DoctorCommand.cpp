@@ -8,6 +8,7 @@
 #include "DatabaseStatus.h"
 #include "ExitCode.h"
 #include "StoreAccess.h"
+#include "api/EnvironmentFile.h"
 #include "api/LogFile.h"
 #include "support/LogMarkers.h"
 
@@ -23,8 +24,7 @@ namespace {
 namespace Search = QDXDesktopSDK::CompanionSearch;
 namespace Markers = QDXDesktopSDK::LogMarkers;
 
-constexpr char kEnvironmentFile[] = "qdxdesktopsdk.env";
-char const* const kAllMarkers[] = {Markers::kDev, Markers::kDebug, Markers::kPid, Markers::kVerbose};
+using QDXDesktopSDK::kEnvironmentFile;
 
 struct DoctorOptions {
     std::string executable;
@@ -140,7 +140,7 @@ void PrintText(Findings const& findings)
                               << (findings.mirrorExists ? "" : " (missing)")
                               << (findings.inSync ? ", in step" : ", NOT in step") << '\n';
     line("Log markers:");
-    for (char const* marker : kAllMarkers)
+    for (char const* marker : Markers::kAll)
         std::cout << marker << (Markers::Exists(marker) ? " yes  " : " no  ");
     std::cout << '\n';
     line("New processes:") << "level " << findings.level << ", log file "
@@ -191,7 +191,7 @@ void PrintJson(Findings const& findings)
     writer.StartObject();
     writer.Key("markers");
     writer.StartObject();
-    for (char const* marker : kAllMarkers) {
+    for (char const* marker : Markers::kAll) {
         writer.Key(marker);
         writer.Bool(Markers::Exists(marker));
     }

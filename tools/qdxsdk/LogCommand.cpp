@@ -26,7 +26,6 @@ namespace fs = std::filesystem;
 namespace Markers = QDXDesktopSDK::LogMarkers;
 using QDXDesktopSDK::Path;
 
-char const* const kAllMarkers[] = {Markers::kDev, Markers::kDebug, Markers::kPid, Markers::kVerbose};
 char const* const kLevelNames[] = {"", "FATAL", "ERROR", "WARN", "INFO", "DEBUG", "DEV"};
 
 struct LogOptions {
@@ -103,7 +102,7 @@ int Status(LogOptions const& options, ToolContext const& context)
         writer.StartObject();
         writer.Key("markers");
         writer.StartObject();
-        for (char const* marker : kAllMarkers) {
+        for (char const* marker : Markers::kAll) {
             writer.Key(marker);
             writer.Bool(Markers::Exists(marker));
         }
@@ -123,7 +122,7 @@ int Status(LogOptions const& options, ToolContext const& context)
         std::cout << buffer.GetString() << '\n';
         return FinishOutput();
     }
-    for (char const* marker : kAllMarkers)
+    for (char const* marker : Markers::kAll)
         std::cout << std::left << Markers::PathOf(marker).GetString()
                   << (Markers::Exists(marker) ? "  present\n" : "  -\n");
     std::cout << "A process started now logs at level " << level << " (" << kLevelNames[level] << ")";
@@ -169,7 +168,7 @@ int Switch(std::string const& to)
 {
     bool done = true;
     if (to == "off") {
-        for (char const* marker : kAllMarkers)
+        for (char const* marker : Markers::kAll)
             done = RemoveMarker(marker) && done;
     } else if (to == "dev") {
         done = CreateMarker(Markers::kDev);
