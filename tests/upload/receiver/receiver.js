@@ -30,9 +30,10 @@
 //   down:D               stop listening for D, then listen on the same port
 //                        again (as the first step: from the start)
 //   refuse=P             503 with probability P, else 200, from a generator
-//                        seeded with --seed (default 1); options as above
+//                        seeded with --seed (default 1); options as above,
+//                        and max-streak=N: never more than N 503s in a row
 // Examples: "200" (the default), "400*1,200", "down:2s,503*3:retry-after=1,200",
-// "refuse=0.5:retry-after=1".
+// "refuse=0.5:retry-after=1:max-streak=3".
 //
 // Output files, one JSON object a line, appended (a restarted receiver
 // continues them and numbers its requests on from the requests file):
