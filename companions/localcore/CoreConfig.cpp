@@ -44,6 +44,71 @@ bool ParseAmount(std::string const& text, long long limit, long long& amount)
     return true;
 }
 
+// "http://" or "https://", a host, no white space; the trailing "/" goes.
+bool ParseEndpoint(std::string text, std::string& endpoint)
+{
+    while (!text.empty() && text.back() == '/')
+        text.pop_back();
+    std::size_t const scheme = text.rfind("https://", 0) == 0 ? 8 : text.rfind("http://", 0) == 0 ? 7 : 0;
+    if (scheme == 0 || text.size() == scheme || text.find_first_of(" \t\r\n") != std::string::npos)
+        return false;
+    endpoint = text;
+    return true;
+}
+
+// "Name: value" pairs separated by ";". A header name is an HTTP token; a
+// value may not break the request's lines.
+bool ParseHeaders(std::string const& text, std::vector<std::string>& headers)
+{
+    std::vector<std::string> parsed;
+    std::istringstream pairs(text);
+    for (std::string pair; std::getline(pairs, pair, ';');) {
+        if (Trimmed(pair).empty())
+            continue;
+        std::size_t const colon = pair.find(':');
+        if (colon == std::string::npos)
+            return false;
+        std::string const name = Trimmed(pair.substr(0, colon));
+        std::string const value = Trimmed(pair.substr(colon + 1));
+        if (name.empty() || name.find_first_of(" \t()<>@,;:\\\"/[]?={}") != std::string::npos ||
+            value.find_first_of("\r\n") != std::string::npos)
+            return false;
+        parsed.push_back(name + ": " + value);
+    }
+    headers = std::move(parsed);
+    return true;
+}
+
+// The upload's keys; false for a key that is not one of them.
+bool ParseUploadKey(std::string const& key, std::string const& value, UploadConfig& upload, bool& good)
+{
+    long long amount = 0;
+    if (key == "upload_endpoint") {
+        good = value.empty() || ParseEndpoint(value, upload.endpoint);
+    } else if (key == "upload_headers") {
+        good = ParseHeaders(value, upload.headers);
+    } else if (key == "upload_interval_s") {
+        good = ParseAmount(value, 86400, amount) && value.find_first_not_of("0123456789") == std::string::npos;
+        if (good)
+            upload.intervalS = amount;
+    } else if (key == "upload_batch_records") {
+        good = ParseAmount(value, 100000, amount) && value.find_first_not_of("0123456789") == std::string::npos;
+        if (good)
+            upload.batchRecords = amount;
+    } else if (key == "upload_batch_bytes") {
+        good = ParseAmount(value, 64LL << 20, amount) && amount >= 1024;
+        if (good)
+            upload.batchBytes = amount;
+    } else if (key == "upload_gzip") {
+        good = value == "on" || value == "off";
+        if (good)
+            upload.gzip = value == "on";
+    } else {
+        return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 CoreConfig CoreConfig::Parse(std::string const& text, std::string& problems)
@@ -78,7 +143,7 @@ CoreConfig CoreConfig::Parse(std::string const& text, std::string& problems)
             if (good)
                 config.durabilityMs = amount;
         } else {
-            known = false;
+            known = ParseUploadKey(key, value, config.upload, good);
         }
         if (!known)
             problems += "line " + std::to_string(number) + ": unknown key \"" + key + "\" ignored\n";

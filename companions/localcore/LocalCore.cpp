@@ -74,7 +74,19 @@ void LocalCore::Finish()
         std::lock_guard<std::mutex> const writerLock(core->m_writerMutex);
         writer = core->m_writer.get();
     }
-    bool const stopped = writer == nullptr || writer->Stop(core->CloseTimeoutMs());
+    // The upload gets what the writer left of the close time-out.
+    auto const start = std::chrono::steady_clock::now();
+    long long const timeoutMs = core->CloseTimeoutMs();
+    bool stopped = writer == nullptr || writer->Stop(timeoutMs);
+    Uploader* uploader;
+    {
+        std::lock_guard<std::mutex> const writerLock(core->m_writerMutex);
+        uploader = core->m_uploader.get();
+    }
+    long long const spentMs =
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
+    if (uploader != nullptr && !uploader->Stop(std::max(0LL, timeoutMs - spentMs)))
+        stopped = false;
     if (!stopped) {
         StayLoaded();
         return;  // the core stays, for the thread that still uses it
@@ -206,6 +218,19 @@ void LocalCore::ApplyConfig()
     if (m_writer != nullptr)
         m_writer->SetLimits(StoreLimits{m_config.maxBytes, m_config.maxAgeDays * 24 * 3600 * 1000},
                             m_config.durabilityMs);
+    if (m_uploader != nullptr)
+        m_uploader->SetConfig(m_config.upload);
+}
+
+// On the writer's thread, which has read the settings: consent given in any
+// process shows here within a second.
+void LocalCore::StartUploaderWhenWanted()
+{
+    std::lock_guard<std::mutex> const lock(m_writerMutex);
+    if (m_uploader != nullptr || !m_config.upload.Enabled() || !m_settings.Consented() || m_settings.Disabled())
+        return;
+    m_uploader = std::make_unique<Uploader>(StoreFolder(), m_settings, m_config.upload);
+    m_uploader->Start();
 }
 
 // On the writer's thread: a reload request left by the library when the
@@ -217,6 +242,7 @@ void LocalCore::Housekeeping()
     if (now < nextCheck)
         return;
     nextCheck = now + kReloadCheckEvery;
+    StartUploaderWhenWanted();
     std::string const request = m_sdkFolder + "/JSON/InternalMessage.json.user";
     struct stat status {};
     if (stat(request.c_str(), &status) != 0)
@@ -228,6 +254,7 @@ void LocalCore::Housekeeping()
     ApplyConfig();
     std::remove(request.c_str());
     CoreLog("configuration reloaded on request");
+    StartUploaderWhenWanted();
 }
 
 void LocalCore::ShowToTestingCallback(StoredRecordView const& record)
@@ -263,6 +290,8 @@ void LocalCore::PrepareFork()
             s_forkedWriter->LockForFork();
             core->m_writerMutex.lock();
         }
+        if (core->m_uploader != nullptr)
+            core->m_uploader->LockForFork();
         core->m_queue.LockForFork();
         core->m_settings.LockForFork();
         core->m_sessions.LockForFork();
@@ -277,6 +306,8 @@ void LocalCore::ParentAfterFork()
         core->m_sessions.UnlockAfterFork();
         core->m_settings.UnlockAfterFork();
         core->m_queue.UnlockAfterFork();
+        if (core->m_uploader != nullptr)
+            core->m_uploader->UnlockAfterFork();
         core->m_writerMutex.unlock();
         if (s_forkedWriter != nullptr)
             s_forkedWriter->UnlockAfterFork();
@@ -291,6 +322,15 @@ void LocalCore::ChildAfterFork()
     s_forkedWriter = nullptr;
     if (parentsWriter != nullptr)
         parentsWriter->CloseAfterFork();
+    // The parent's upload thread does not exist here either; its lock is
+    // let go with its connection, and a writer of the child's own starts an
+    // uploader of its own.
+    if (LocalCore* const core = s_core.load()) {
+        if (core->m_uploader != nullptr) {
+            core->m_uploader->AbandonAfterFork();
+            static_cast<void>(core->m_uploader.release());
+        }
+    }
     ParentAfterFork();
     if (LocalCore* const core = s_core.load())
         core->ForgetWriterAfterFork();

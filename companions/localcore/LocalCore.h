@@ -6,6 +6,7 @@
 #include "DialogStrings.h"
 #include "DropCounters.h"
 #include "SessionTable.h"
+#include "Uploader.h"
 #include "WorkQueue.h"
 #include "Writer.h"
 
@@ -73,6 +74,8 @@ public:
 private:
     void ApplyConfig();
     void Housekeeping();
+    /// Starts the upload thread once there is somewhere to send to and the user has opted in.
+    void StartUploaderWhenWanted();
     void ShowToTestingCallback(StoredRecordView const& record);
     void ForgetWriterAfterFork();
     static void PrepareFork();
@@ -91,6 +94,7 @@ private:
     std::atomic<Writer*> m_liveWriter{nullptr};  // the writer once started, read without the lock
     bool m_forkedChild = false;  // guarded by m_writerMutex; a child of fork() whose parent had read the settings
     std::atomic<bool> m_settingsRead{false};  // the writer has read the settings (or timed out)
+    std::unique_ptr<Uploader> m_uploader;     // guarded by m_writerMutex; made on first need
 
     std::once_flag m_stringsRead;
     std::unique_ptr<DialogStrings> m_strings;  // made once, under m_stringsRead

@@ -79,3 +79,66 @@ TEST(CoreConfigParse, ReadsEveryLineAndTheLastValueWins)
     EXPECT_EQ(problems, "line 3: unknown key \"UNKNOWN\" ignored\n"
                         "line 6: bad value \"none\" for QDX_LOCALCORE_MAX_AGE_DAYS ignored\n");
 }
+
+namespace {
+
+// The upload's settings in one line, to compare a table row at a glance.
+std::string Summary(Norvane::LocalCore::UploadConfig const& upload)
+{
+    std::string text = upload.endpoint + " |";
+    for (std::string const& header : upload.headers)
+        text += " " + header + " |";
+    return text + " " + std::to_string(upload.intervalS) + " " + std::to_string(upload.batchRecords) + " " +
+           std::to_string(upload.batchBytes) + (upload.gzip ? " gzip" : " plain");
+}
+
+struct UploadEntry {
+    char const* line;
+    char const* summary;
+    bool reported;
+};
+
+UploadEntry const kUploadEntries[] = {
+    {"", " | 60 512 1048576 gzip", false},
+    {"upload_endpoint=https://collector.example:4318", "https://collector.example:4318 | 60 512 1048576 gzip", false},
+    {"upload_endpoint = http://127.0.0.1:4318/ ", "http://127.0.0.1:4318 | 60 512 1048576 gzip", false},
+    {"upload_endpoint=", " | 60 512 1048576 gzip", false},
+    {"upload_endpoint=ftp://host", " | 60 512 1048576 gzip", true},
+    {"upload_endpoint=http://", " | 60 512 1048576 gzip", true},
+    {"upload_endpoint=http://a b", " | 60 512 1048576 gzip", true},
+    {"upload_endpoint=collector:4318", " | 60 512 1048576 gzip", true},
+    {"upload_headers=Authorization: Bearer abc; X-Tenant:  t1 ;",
+     " | Authorization: Bearer abc | X-Tenant: t1 | 60 512 1048576 gzip", false},
+    {"upload_headers=api-key=abc", " | 60 512 1048576 gzip", true},
+    {"upload_headers=Bad Name: x", " | 60 512 1048576 gzip", true},
+    {"upload_headers=: x", " | 60 512 1048576 gzip", true},
+    {"upload_interval_s=1", " | 1 512 1048576 gzip", false},
+    {"upload_interval_s=0", " | 60 512 1048576 gzip", true},
+    {"upload_interval_s=86401", " | 60 512 1048576 gzip", true},
+    {"upload_interval_s=5K", " | 60 512 1048576 gzip", true},
+    {"upload_batch_records=100", " | 60 100 1048576 gzip", false},
+    {"upload_batch_records=0", " | 60 512 1048576 gzip", true},
+    {"upload_batch_records=100001", " | 60 512 1048576 gzip", true},
+    {"upload_batch_bytes=64K", " | 60 512 65536 gzip", false},
+    {"upload_batch_bytes=1000", " | 60 512 1048576 gzip", true},
+    {"upload_batch_bytes=65M", " | 60 512 1048576 gzip", true},
+    {"upload_gzip=off", " | 60 512 1048576 plain", false},
+    {"upload_gzip=on", " | 60 512 1048576 gzip", false},
+    {"upload_gzip=yes", " | 60 512 1048576 gzip", true},
+    {"UPLOAD_GZIP=off", " | 60 512 1048576 gzip", true},
+};
+
+}  // namespace
+
+TEST(CoreConfigParse, UploadKeysTakeGoodValuesAndReportTheRest)
+{
+    for (UploadEntry const& entry : kUploadEntries) {
+        std::string problems;
+        CoreConfig const config = CoreConfig::Parse(entry.line, problems);
+        EXPECT_EQ(Summary(config.upload), entry.summary) << entry.line;
+        EXPECT_EQ(!problems.empty(), entry.reported) << entry.line << ": " << problems;
+    }
+    std::string problems;
+    EXPECT_EQ(CoreConfig::Parse("upload_endpoint=http://h:1/base/", problems).upload.LogsUrl(),
+              "http://h:1/base/v1/logs");
+}

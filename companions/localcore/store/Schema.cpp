@@ -52,11 +52,36 @@ CREATE TABLE counters(
     value INTEGER NOT NULL) WITHOUT ROWID;
 )sql";
 
+// Version 2: what the upload to a collector shares between processes.
+// Records stay in their table until a collector has taken them; a process
+// that sends a run of them first leases it (its seq range, its owner, until
+// when), so that no two processes send the same record at once, and a lease
+// whose holder died runs out. The records table is left as it was, so that
+// writing a record costs what it did. The back-off after failed attempts is
+// kept here too, so that it survives a restart and holds for every process,
+// with the database's own random id, which makes each record's id unique
+// beyond this machine.
+char const* const kVersion2 = R"sql(
+CREATE TABLE upload_leases(
+    id INTEGER PRIMARY KEY,
+    first_seq INTEGER NOT NULL,
+    last_seq INTEGER NOT NULL,
+    owner TEXT NOT NULL,
+    until_ms INTEGER NOT NULL);
+CREATE TABLE upload_state(
+    id INTEGER PRIMARY KEY CHECK (id = 1),
+    database_id TEXT NOT NULL,
+    next_attempt_ms INTEGER NOT NULL,
+    failed_attempts INTEGER NOT NULL);
+INSERT INTO upload_state(id, database_id, next_attempt_ms, failed_attempts)
+    VALUES(1, lower(hex(randomblob(16))), 0, 0);
+)sql";
+
 }  // namespace
 
 std::vector<Migration> const& Migrations()
 {
-    static std::vector<Migration> const steps = {{1, kVersion1}};
+    static std::vector<Migration> const steps = {{1, kVersion1}, {2, kVersion2}};
     return steps;
 }
 

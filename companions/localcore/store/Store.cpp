@@ -188,6 +188,22 @@ std::map<std::string, long long> Store::Counters()
     return Guarded(*m_impl, std::map<std::string, long long>(), [&] { return m_impl->Counters(); });
 }
 
+bool Store::ClaimUploadBatch(std::string const& owner, long long nowMs, UploadLimits const& limits, UploadBatch& batch)
+{
+    batch = UploadBatch();
+    return Guarded(*m_impl, false, [&] { return m_impl->ClaimUploadBatch(owner, nowMs, limits, batch); });
+}
+
+bool Store::FinishUploadBatch(UploadBatch const& batch, UploadResult const& result, long long nowMs)
+{
+    return Guarded(*m_impl, false, [&] { return m_impl->FinishUploadBatch(batch, result, nowMs); });
+}
+
+UploadState Store::ReadUploadState(long long nowMs)
+{
+    return Guarded(*m_impl, UploadState(), [&] { return m_impl->ReadUploadState(nowMs); });
+}
+
 StoreFigures Store::Figures()
 {
     return Guarded(*m_impl, StoreFigures(), [&] { return m_impl->Figures(); });

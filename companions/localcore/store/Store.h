@@ -11,6 +11,8 @@
 #ifndef QDX_LOCAL_CORE_STORE_H
 #define QDX_LOCAL_CORE_STORE_H
 
+#include "UploadLease.h"
+
 #include <functional>
 #include <map>
 #include <memory>
@@ -139,7 +141,7 @@ public:
     /// it (only its braces are checked); it reads back byte for byte.
     /// seq, when given, receives the record's sequence number.
     bool AddRecord(RecordToStore const& record, long long* seq = nullptr);
-    /// Deletes every record; returns how many, or -1 on failure.
+    /// Deletes every record (and every upload lease); returns how many, or -1 on failure.
     long long DeleteAllRecords();
 
     struct TrimResult {
@@ -163,6 +165,16 @@ public:
     /// Adds each delta to its counter (a missing counter starts at 0).
     bool AddToCounters(std::map<std::string, long long> const& deltas);
     std::map<std::string, long long> Counters();
+
+    /// Leases the oldest run of pending records that no live lease covers
+    /// (expired leases are forgotten first), in one transaction. batch.leaseId
+    /// is 0 when nothing is pending or the back-off says wait (notBeforeMs).
+    bool ClaimUploadBatch(std::string const& owner, long long nowMs, UploadLimits const& limits, UploadBatch& batch);
+    /// Ends a lease: Delivered and Dropped delete its records, Retry moves the
+    /// next attempt back, every outcome but Unconfirmed adds to the "upload_"
+    /// counters. A lease that ran out meanwhile still settles its records.
+    bool FinishUploadBatch(UploadBatch const& batch, UploadResult const& result, long long nowMs);
+    UploadState ReadUploadState(long long nowMs);
 
     StoreFigures Figures();
     /// Changes whenever another connection commits: the moment to reload

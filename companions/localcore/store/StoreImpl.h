@@ -1,7 +1,7 @@
 // The store's state behind its interface. The operations are spread over
 // files by subject: opening and repair (StoreOpen.cpp), records
 // (StoreRecords.cpp), the limits (StoreTrim.cpp), and the small tables
-// (StoreTables.cpp); Store.cpp guards every public call.
+// (StoreTables.cpp), the upload's leases (StoreUpload.cpp); Store.cpp guards every public call.
 #ifndef QDX_LOCAL_CORE_STORE_IMPL_H
 #define QDX_LOCAL_CORE_STORE_IMPL_H
 
@@ -41,6 +41,9 @@ public:
     bool RemoveSetting(std::string const& name);
     bool AddToCounters(std::map<std::string, long long> const& deltas);
     std::map<std::string, long long> Counters();
+    bool ClaimUploadBatch(std::string const& owner, long long nowMs, UploadLimits const& limits, UploadBatch& batch);
+    bool FinishUploadBatch(UploadBatch const& batch, UploadResult const& result, long long nowMs);
+    UploadState ReadUploadState(long long nowMs);
     StoreFigures Figures();
     long long DataVersion();
 

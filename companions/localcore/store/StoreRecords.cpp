@@ -227,7 +227,8 @@ long long Store::Impl::DeleteAllRecords()
     if (!scope.Ok() || !m_connection->Exec("DELETE FROM records"))
         return -1;
     long long const removed = sqlite3_changes64(m_connection->Handle());
-    if (!m_connection->Exec("PRAGMA incremental_vacuum") || !scope.Commit())
+    if (!m_connection->Exec("DELETE FROM upload_leases") || !m_connection->Exec("PRAGMA incremental_vacuum") ||
+        !scope.Commit())
         return -1;
     return removed;
 }
