@@ -17,7 +17,8 @@
 // --port N listens on that port (a restart on the port of an earlier run);
 // by default the system chooses one. The receiver listens on 127.0.0.1 only
 // and writes the port, once it listens, to the port file. It runs until
-// SIGTERM or SIGINT and then prints its counts by outcome and status.
+// SIGTERM or SIGINT, or until its parent ends, and then prints its counts
+// by outcome and status.
 //
 // The plan: steps separated by commas, used in order, one request each
 // unless counted; the last step answers every request after the others.
@@ -267,3 +268,9 @@ function stop()
 }
 process.on('SIGTERM', stop);
 process.on('SIGINT', stop);
+// A test that dies leaves no receiver behind.
+const parent = process.ppid;
+setInterval(() => {
+    if (process.ppid !== parent)
+        stop();
+}, 1000).unref();
