@@ -269,19 +269,22 @@ TEST_F(ReceiverTest, AnswersInTheOrderOfItsPlanAndKeepsOnlyAcceptedRecords)
 
 TEST_F(ReceiverTest, RefusesAtRandomAsSeededSoThatARunRepeats)
 {
-    auto const outcomes = [](unsigned seed) {
+    auto const outcomes = [](std::string const& plan, unsigned seed) {
         OtlpReceiver receiver;
-        EXPECT_TRUE(receiver.Start("refuse=0.5:retry-after=1", seed)) << receiver.Problem();
+        EXPECT_TRUE(receiver.Start(plan, seed)) << receiver.Problem();
         std::string sequence;
         for (int i = 0; i < 40; ++i)
             sequence += Post(receiver, kValidBody).status == 200 ? 'a' : 'r';
         return sequence;
     };
-    std::string const first = outcomes(7);
-    EXPECT_EQ(outcomes(7), first);
-    EXPECT_NE(outcomes(8), first);
+    std::string const first = outcomes("refuse=0.5:retry-after=1", 7);
+    EXPECT_EQ(outcomes("refuse=0.5:retry-after=1", 7), first);
+    EXPECT_NE(outcomes("refuse=0.5:retry-after=1", 8), first);
     EXPECT_NE(first.find('a'), std::string::npos);
     EXPECT_NE(first.find('r'), std::string::npos);
+    std::string const bounded = outcomes("refuse=0.9:max-streak=2", 7);
+    EXPECT_EQ(bounded.find("rrr"), std::string::npos) << bounded;
+    EXPECT_NE(bounded.find("rr"), std::string::npos) << bounded;
 }
 
 TEST_F(ReceiverTest, IsDownWhenItsPlanSaysAndUpAgainOnTheSamePort)

@@ -7,10 +7,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <sqlite3.h>
+
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <ctime>
+#include <memory>
 #include <thread>
 
 namespace Norvane {
@@ -80,24 +84,51 @@ bool MakeFolder(std::string const& folder, std::string& error)
     return MakeOneFolder(folder, error);
 }
 
+// Read through SQLite's own file layer, never with a descriptor of our own:
+// POSIX locks belong to the process, so closing any descriptor of the file
+// would drop the locks that this process's connections hold on it, and other
+// processes would then write under them. SQLite keeps such a descriptor open
+// until those locks are gone.
 DatabaseHeader ReadHeader(std::string const& path)
 {
     DatabaseHeader header;
-    int const fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
+    struct stat status;
+    if (stat(path.c_str(), &status) != 0) {
         header.state = errno == ENOENT ? DatabaseHeader::State::Missing : DatabaseHeader::State::Unreadable;
         header.reason = Describe("cannot read", path);
         return header;
     }
+    sqlite3_vfs* const vfs = sqlite3_vfs_find(nullptr);
+    std::unique_ptr<sqlite3_file, void (*)(void*)> file(
+        vfs != nullptr ? static_cast<sqlite3_file*>(sqlite3_malloc(vfs->szOsFile)) : nullptr, sqlite3_free);
+    if (file != nullptr) {
+        std::memset(file.get(), 0, static_cast<size_t>(vfs->szOsFile));
+        int openedFlags = 0;
+        if (vfs->xOpen(vfs, path.c_str(), file.get(), SQLITE_OPEN_MAIN_DB | SQLITE_OPEN_READONLY, &openedFlags) !=
+                SQLITE_OK &&
+            file->pMethods != nullptr) {
+            file->pMethods->xClose(file.get());
+            file->pMethods = nullptr;
+        }
+    }
+    if (file == nullptr || file->pMethods == nullptr) {
+        header.state = DatabaseHeader::State::Unreadable;
+        header.reason = Describe("cannot read", path);
+        return header;
+    }
     unsigned char bytes[100];
-    struct stat status;
-    ssize_t const got = fstat(fd, &status) == 0 ? pread(fd, bytes, sizeof bytes, 0) : -1;
-    header.reason = got < 0 ? Describe("cannot read", path) : std::string();
-    close(fd);
-    if (got < 0) {
+    sqlite3_int64 size = 0;
+    int readCode = file->pMethods->xFileSize(file.get(), &size);
+    if (readCode == SQLITE_OK && size > 0)
+        readCode = file->pMethods->xRead(file.get(), bytes, sizeof bytes, 0);
+    bool const read = readCode == SQLITE_OK || readCode == SQLITE_IOERR_SHORT_READ;
+    header.reason = read ? std::string() : Describe("cannot read", path);
+    file->pMethods->xClose(file.get());
+    if (!read) {
         header.state = DatabaseHeader::State::Unreadable;
         return header;
     }
+    ssize_t const got = static_cast<ssize_t>(std::min<sqlite3_int64>(size, sizeof bytes));
     auto corrupt = [&](char const* why) {
         header.state = DatabaseHeader::State::Corrupt;
         header.reason = why;
@@ -118,7 +149,7 @@ DatabaseHeader ReadHeader(std::string const& path)
     // with the current change counter.
     unsigned long const pageCount = ReadBigEndian(bytes + 28, 4);
     bool const countValid = std::memcmp(bytes + 24, bytes + 92, 4) == 0 && pageCount != 0;
-    if (countValid && static_cast<unsigned long long>(status.st_size) < pageCount * 1ULL * pageSize)
+    if (countValid && static_cast<unsigned long long>(size) < pageCount * 1ULL * pageSize)
         return corrupt("truncated: shorter than the page count in its header");
     header.userVersion = static_cast<int>(static_cast<unsigned>(ReadBigEndian(bytes + 60, 4)));
     header.state = DatabaseHeader::State::Valid;

@@ -1,7 +1,10 @@
 // Several writers at once, in several processes and in one; waiting for
-// another connection's lock, and giving up when told to; durable commits.
+// another connection's lock, and giving up when told to; durable commits;
+// the locks of a process kept while it reads a database's header.
+#include "DatabaseFiles.h"
 #include "StoreTestSupport.h"
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -128,4 +131,25 @@ TEST(StoreConcurrencyTest, WaitingForTheLockEndsOnInterruptOrLimit)
     EXPECT_FALSE(Store::Open(temp.Store(), report, options));
     EXPECT_FALSE(report.ready);
     EXPECT_FALSE(report.error.empty());
+}
+
+// Locks belong to a process, not to a descriptor: reading the header of a
+// database that this process has open must leave its locks in place, or other
+// processes would write under them.
+TEST(StoreConcurrencyTest, ReadingTheHeaderKeepsTheLocksOfThisProcess)
+{
+    TempFolder const temp;
+    auto store = OpenStore(temp.Store());
+    ASSERT_EQ(DatabaseHeader::State::Valid, DatabaseFiles::ReadHeader(temp.Database()).state);
+    pid_t const child = fork();
+    if (child == 0) {
+        int const fd = open(temp.Database().c_str(), O_RDONLY | O_CLOEXEC);
+        struct flock probe = {};
+        probe.l_type = F_WRLCK;
+        probe.l_whence = SEEK_SET;
+        _exit(fd >= 0 && fcntl(fd, F_GETLK, &probe) == 0 && probe.l_type != F_UNLCK ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "no lock of this process on the database";
 }

@@ -30,6 +30,8 @@ function parseOption(step, option)
         step.delayMs = parseDuration(value, name);
     else if (name === 'rejected' && step.status >= 200 && step.status < 300)
         step.rejected = parseCount(value, name);
+    else if (name === 'max-streak' && step.kind === 'refuse')
+        step.maxStreak = parseCount(value, name);
     else
         throw new Error(`"${option}": unknown option for "${step.text}"`);
 }
@@ -92,6 +94,7 @@ class Plan {
         this.index = 0;
         this.usedInStep = 0;
         this.random = seededRandom(seed);
+        this.streak = 0;  // refusals in a row by a refuse step
     }
 
     current()
@@ -106,8 +109,12 @@ class Plan {
     {
         const step = this.current();
         let answer = step;
-        if (step.kind === 'refuse' && this.random() >= step.probability)
-            answer = {kind: 'status', status: 200};
+        if (step.kind === 'refuse') {
+            const refused = this.random() < step.probability && !(this.streak >= step.maxStreak);
+            this.streak = refused ? this.streak + 1 : 0;
+            if (!refused)
+                answer = {kind: 'status', status: 200};
+        }
         this.usedInStep += 1;
         if (this.usedInStep >= step.count)
             this.advance();

@@ -17,7 +17,8 @@
 // --port N listens on that port (a restart on the port of an earlier run);
 // by default the system chooses one. The receiver listens on 127.0.0.1 only
 // and writes the port, once it listens, to the port file. It runs until
-// SIGTERM or SIGINT and then prints its counts by outcome and status.
+// SIGTERM or SIGINT, or until its parent ends, and then prints its counts
+// by outcome and status.
 //
 // The plan: steps separated by commas, used in order, one request each
 // unless counted; the last step answers every request after the others.
@@ -30,9 +31,10 @@
 //   down:D               stop listening for D, then listen on the same port
 //                        again (as the first step: from the start)
 //   refuse=P             503 with probability P, else 200, from a generator
-//                        seeded with --seed (default 1); options as above
+//                        seeded with --seed (default 1); options as above,
+//                        and max-streak=N: never more than N 503s in a row
 // Examples: "200" (the default), "400*1,200", "down:2s,503*3:retry-after=1,200",
-// "refuse=0.5:retry-after=1".
+// "refuse=0.5:retry-after=1:max-streak=3".
 //
 // Output files, one JSON object a line, appended (a restarted receiver
 // continues them and numbers its requests on from the requests file):
@@ -266,3 +268,9 @@ function stop()
 }
 process.on('SIGTERM', stop);
 process.on('SIGINT', stop);
+// A test that dies leaves no receiver behind.
+const parent = process.ppid;
+setInterval(() => {
+    if (process.ppid !== parent)
+        stop();
+}, 1000).unref();
