@@ -1,6 +1,5 @@
 #include "Writer.h"
 
-#include "CoreJson.h"
 #include "CoreLog.h"
 #include "CoreSettings.h"
 #include "DropCounters.h"

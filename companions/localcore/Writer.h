@@ -1,7 +1,7 @@
 #ifndef QDX_LOCALCORE_WRITER_H
 #define QDX_LOCALCORE_WRITER_H
 
-#include "CoreJson.h"
+#include "JsonCompactor.h"
 #include "WorkQueue.h"
 #include "store/Store.h"
 
