@@ -18,6 +18,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr auto kIdleTick = std::chrono::seconds(1);  // housekeeping runs at least this often
 constexpr std::size_t kGroupsPerTake = 4;            // a take of more than this many group sizes is split
+constexpr std::size_t kBatchRecords = 256;           // records go to the store this many at a time
 constexpr int kAttemptsPerGroup = 3;                 // then a group that cannot be written is dropped
 constexpr auto kRetryPause = std::chrono::milliseconds(200);
 constexpr auto kOpenRetryPause = std::chrono::seconds(30);  // a folder that was unusable may become usable
@@ -257,16 +258,14 @@ Writer::GroupOutcome Writer::WriteGroup(std::vector<WorkItem>& items)
         return GroupOutcome::Busy;
     }
     m_observed.clear();
+    m_batchItems.clear();
     // Taken once the lock is had: while the group waits for another
     // connection, "GetStoreStatus" still finds them among the pending drops.
     std::map<std::string, long long> drops = m_drops.TakeDeltas();
     bool written = true;
-    for (std::size_t i = 0; written && i < items.size(); ++i) {
-        long long seq = 0;
-        written = Apply(items[i], seq);
-        if (written && seq > 0 && m_observer)
-            m_observed.push_back(Observed{i, seq});
-    }
+    for (std::size_t i = 0; written && i < items.size(); ++i)
+        written = Apply(items[i], i);
+    written = written && AddBatch();
     StoreLimits limits;
     {
         std::lock_guard<std::mutex> const lock(m_statusMutex);
@@ -315,22 +314,16 @@ Writer::GroupOutcome Writer::WriteGroup(std::vector<WorkItem>& items)
     return GroupOutcome::Written;
 }
 
-bool Writer::Apply(WorkItem& item, long long& seq)
+bool Writer::Apply(WorkItem& item, std::size_t index)
 {
+    if (item.kind == WorkItem::Kind::Record)
+        return Batch(item, index);
+    // Whatever else the group holds comes after the records before it.
+    if (!AddBatch())
+        return false;
     switch (item.kind) {
-    case WorkItem::Kind::Record: {
-        // The compact text replaces the received one: a group written again
-        // after a failure, or spilled, carries it as it is.
-        if (!m_compactor.Compact(item.text)) {
-            m_drops.Count(DropReason::Malformed);
-            return true;
-        }
-        m_record.timeMs = item.timeMs;
-        m_record.sessionId = item.sessionId;
-        m_record.name = item.name;
-        m_record.args = item.text;
-        return m_store->AddRecord(m_record, &seq);
-    }
+    case WorkItem::Kind::Record:
+        return false;  // batched above
     case WorkItem::Kind::OpenSession:
         return m_store->OpenSession(item.sessionId, item.text, item.timeMs, std::atoll(item.name.c_str()));
     case WorkItem::Kind::CloseSession:
@@ -346,6 +339,39 @@ bool Writer::Apply(WorkItem& item, long long& seq)
         return true;
     }
     return true;
+}
+
+bool Writer::Batch(WorkItem& item, std::size_t index)
+{
+    // The compact text replaces the received one: a group written again
+    // after a failure, or spilled, carries it as it is.
+    if (!m_compactor.Compact(item.text)) {
+        m_drops.Count(DropReason::Malformed);
+        return true;
+    }
+    std::size_t const count = m_batchItems.size();
+    if (m_batch.size() == count)
+        m_batch.emplace_back();
+    RecordToStore& record = m_batch[count];
+    record.timeMs = item.timeMs;
+    record.sessionId = item.sessionId;
+    record.name = item.name;
+    record.args = item.text;
+    m_batchItems.push_back(index);
+    return m_batchItems.size() < kBatchRecords || AddBatch();
+}
+
+bool Writer::AddBatch()
+{
+    std::size_t const count = m_batchItems.size();
+    if (count == 0)
+        return true;
+    m_batchSeqs.resize(count);
+    bool const added = m_store->AddRecords(m_batch.data(), count, m_batchSeqs.data());
+    for (std::size_t i = 0; added && m_observer && i < count; ++i)
+        m_observed.push_back(Observed{m_batchItems[i], m_batchSeqs[i]});
+    m_batchItems.clear();
+    return added;
 }
 
 void Writer::AfterCommit(std::vector<WorkItem> const& items)
