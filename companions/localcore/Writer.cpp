@@ -95,11 +95,12 @@ bool Writer::Stop(long long timeoutMs)
     }
     m_queue.RequestStop();
     std::unique_lock<std::mutex> lock(m_statusMutex);
-    // Three quarters of the time for writing; then whatever waits for the
-    // database gives up, and what is left is spilled in the last quarter.
-    if (!m_statusChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs * 3 / 4), [&] { return m_finished; })) {
+    // Half the time for writing; then whatever waits for the database gives
+    // up, the group being written is abandoned, and what is left is spilled
+    // in the other half.
+    if (!m_statusChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs / 2), [&] { return m_finished; })) {
         m_stopDeadlinePassed = true;
-        if (!m_statusChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs - timeoutMs * 3 / 4 + 200),
+        if (!m_statusChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs - timeoutMs / 2 + 200),
                                       [&] { return m_finished; })) {
             CoreLog("writer did not stop in time; left running");
             m_thread.detach();
@@ -164,7 +165,10 @@ void Writer::Run()
             GroupOutcome const outcome = WriteGroup(items);
             if (outcome == GroupOutcome::Written) {
                 m_queue.MarkDone(ticket);
-            } else if (stopping || Stopping()) {
+            } else if (Stopping()) {
+                SpillRest(items, ticket);  // the abandoned group first, so that the order holds
+                break;
+            } else if (stopping) {
                 if (SpillFile::Write(m_options.folder, items))
                     CoreLog("kept %zu unwritten items in a spill file", items.size());
                 else
@@ -263,8 +267,12 @@ Writer::GroupOutcome Writer::WriteGroup(std::vector<WorkItem>& items)
     // connection, "GetStoreStatus" still finds them among the pending drops.
     std::map<std::string, long long> drops = m_drops.TakeDeltas();
     bool written = true;
-    for (std::size_t i = 0; written && i < items.size(); ++i)
-        written = Apply(items[i], i);
+    bool outOfTime = false;
+    for (std::size_t i = 0; written && i < items.size(); ++i) {
+        // Past a stop's deadline the group is spilled whole rather than finished.
+        outOfTime = Stopping();
+        written = !outOfTime && Apply(items[i], i);
+    }
     written = written && AddBatch();
     StoreLimits limits;
     {
@@ -279,6 +287,8 @@ Writer::GroupOutcome Writer::WriteGroup(std::vector<WorkItem>& items)
         std::string const error = m_store->LastError();
         m_store->Rollback();
         m_drops.Restore(drops);
+        if (outOfTime)
+            return GroupOutcome::Busy;
         CoreLog("a group of %zu items was not written: %s", items.size(), error.c_str());
         std::lock_guard<std::mutex> const lock(m_statusMutex);
         m_status.lastError = error;
