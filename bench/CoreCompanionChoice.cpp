@@ -4,9 +4,9 @@
 #include "QdxInternalMessages.h"
 #include "QdxLifecycle.h"
 #include "QdxSession.h"
+#include "SpillFile.h"
 #include "Store.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 
 #include <chrono>
@@ -162,17 +162,12 @@ long long RecordsOnDisk()
         if (store != nullptr)
             figures = store->Figures();
     }
+    std::vector<Norvane::LocalCore::WorkItem> spilled;
+    std::vector<std::string> files;
+    Norvane::LocalCore::SpillFile::ReadAll(folder, spilled, files);
     long long records = figures.records;
-    if (DIR* const directory = opendir(folder.c_str())) {
-        while (dirent const* const entry = readdir(directory)) {
-            if (std::strncmp(entry->d_name, "spill-", 6) != 0)
-                continue;
-            std::ifstream spill(folder + "/" + entry->d_name);
-            for (std::string line; std::getline(spill, line);)
-                ++records;
-        }
-        closedir(directory);
-    }
+    for (Norvane::LocalCore::WorkItem const& item : spilled)
+        records += item.kind == Norvane::LocalCore::WorkItem::Kind::Record ? 1 : 0;
     return records;
 }
 

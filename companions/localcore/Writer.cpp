@@ -1,6 +1,5 @@
 #include "Writer.h"
 
-#include "CoreJson.h"
 #include "CoreLog.h"
 #include "CoreSettings.h"
 #include "DropCounters.h"
@@ -19,6 +18,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr auto kIdleTick = std::chrono::seconds(1);  // housekeeping runs at least this often
 constexpr std::size_t kGroupsPerTake = 4;            // a take of more than this many group sizes is split
+constexpr std::size_t kBatchRecords = 256;           // records go to the store this many at a time
 constexpr int kAttemptsPerGroup = 3;                 // then a group that cannot be written is dropped
 constexpr auto kRetryPause = std::chrono::milliseconds(200);
 constexpr auto kOpenRetryPause = std::chrono::seconds(30);  // a folder that was unusable may become usable
@@ -95,11 +95,12 @@ bool Writer::Stop(long long timeoutMs)
     }
     m_queue.RequestStop();
     std::unique_lock<std::mutex> lock(m_statusMutex);
-    // Three quarters of the time for writing; then whatever waits for the
-    // database gives up, and what is left is spilled in the last quarter.
-    if (!m_statusChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs * 3 / 4), [&] { return m_finished; })) {
+    // Half the time for writing; then whatever waits for the database gives
+    // up, the group being written is abandoned, and what is left is spilled
+    // in the other half.
+    if (!m_statusChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs / 2), [&] { return m_finished; })) {
         m_stopDeadlinePassed = true;
-        if (!m_statusChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs - timeoutMs * 3 / 4 + 200),
+        if (!m_statusChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs - timeoutMs / 2 + 200),
                                       [&] { return m_finished; })) {
             CoreLog("writer did not stop in time; left running");
             m_thread.detach();
@@ -164,7 +165,10 @@ void Writer::Run()
             GroupOutcome const outcome = WriteGroup(items);
             if (outcome == GroupOutcome::Written) {
                 m_queue.MarkDone(ticket);
-            } else if (stopping || Stopping()) {
+            } else if (Stopping()) {
+                SpillRest(items, ticket);  // the abandoned group first, so that the order holds
+                break;
+            } else if (stopping) {
                 if (SpillFile::Write(m_options.folder, items))
                     CoreLog("kept %zu unwritten items in a spill file", items.size());
                 else
@@ -258,16 +262,18 @@ Writer::GroupOutcome Writer::WriteGroup(std::vector<WorkItem>& items)
         return GroupOutcome::Busy;
     }
     m_observed.clear();
+    m_batchItems.clear();
     // Taken once the lock is had: while the group waits for another
     // connection, "GetStoreStatus" still finds them among the pending drops.
     std::map<std::string, long long> drops = m_drops.TakeDeltas();
     bool written = true;
+    bool outOfTime = false;
     for (std::size_t i = 0; written && i < items.size(); ++i) {
-        long long seq = 0;
-        written = Apply(items[i], seq);
-        if (written && seq > 0 && m_observer)
-            m_observed.push_back(Observed{i, seq});
+        // Past a stop's deadline the group is spilled whole rather than finished.
+        outOfTime = Stopping();
+        written = !outOfTime && Apply(items[i], i);
     }
+    written = written && AddBatch();
     StoreLimits limits;
     {
         std::lock_guard<std::mutex> const lock(m_statusMutex);
@@ -281,6 +287,8 @@ Writer::GroupOutcome Writer::WriteGroup(std::vector<WorkItem>& items)
         std::string const error = m_store->LastError();
         m_store->Rollback();
         m_drops.Restore(drops);
+        if (outOfTime)
+            return GroupOutcome::Busy;
         CoreLog("a group of %zu items was not written: %s", items.size(), error.c_str());
         std::lock_guard<std::mutex> const lock(m_statusMutex);
         m_status.lastError = error;
@@ -319,22 +327,16 @@ Writer::GroupOutcome Writer::WriteGroup(std::vector<WorkItem>& items)
     return GroupOutcome::Written;
 }
 
-bool Writer::Apply(WorkItem& item, long long& seq)
+bool Writer::Apply(WorkItem& item, std::size_t index)
 {
+    if (item.kind == WorkItem::Kind::Record)
+        return Batch(item, index);
+    // Whatever else the group holds comes after the records before it.
+    if (!AddBatch())
+        return false;
     switch (item.kind) {
-    case WorkItem::Kind::Record: {
-        // The compact text replaces the received one: a group written again
-        // after a failure, or spilled, carries it as it is.
-        if (!m_compactor.Compact(item.text)) {
-            m_drops.Count(DropReason::Malformed);
-            return true;
-        }
-        m_record.timeMs = item.timeMs;
-        m_record.sessionId = item.sessionId;
-        m_record.name = item.name;
-        m_record.args = item.text;
-        return m_store->AddRecord(m_record, &seq);
-    }
+    case WorkItem::Kind::Record:
+        return false;  // batched above
     case WorkItem::Kind::OpenSession:
         return m_store->OpenSession(item.sessionId, item.text, item.timeMs, std::atoll(item.name.c_str()));
     case WorkItem::Kind::CloseSession:
@@ -350,6 +352,39 @@ bool Writer::Apply(WorkItem& item, long long& seq)
         return true;
     }
     return true;
+}
+
+bool Writer::Batch(WorkItem& item, std::size_t index)
+{
+    // The compact text replaces the received one: a group written again
+    // after a failure, or spilled, carries it as it is.
+    if (!m_compactor.Compact(item.text)) {
+        m_drops.Count(DropReason::Malformed);
+        return true;
+    }
+    std::size_t const count = m_batchItems.size();
+    if (m_batch.size() == count)
+        m_batch.emplace_back();
+    RecordToStore& record = m_batch[count];
+    record.timeMs = item.timeMs;
+    record.sessionId = item.sessionId;
+    record.name = item.name;
+    record.args = item.text;
+    m_batchItems.push_back(index);
+    return m_batchItems.size() < kBatchRecords || AddBatch();
+}
+
+bool Writer::AddBatch()
+{
+    std::size_t const count = m_batchItems.size();
+    if (count == 0)
+        return true;
+    m_batchSeqs.resize(count);
+    bool const added = m_store->AddRecords(m_batch.data(), count, m_batchSeqs.data());
+    for (std::size_t i = 0; added && m_observer && i < count; ++i)
+        m_observed.push_back(Observed{m_batchItems[i], m_batchSeqs[i]});
+    m_batchItems.clear();
+    return added;
 }
 
 void Writer::AfterCommit(std::vector<WorkItem> const& items)

@@ -1,7 +1,7 @@
 #ifndef QDX_LOCALCORE_WRITER_H
 #define QDX_LOCALCORE_WRITER_H
 
-#include "CoreJson.h"
+#include "JsonCompactor.h"
 #include "WorkQueue.h"
 #include "store/Store.h"
 
@@ -107,8 +107,12 @@ private:
     enum class GroupOutcome { Written, Busy, Failed };
     GroupOutcome WriteGroup(std::vector<WorkItem>& items);
     void SpillRest(std::vector<WorkItem>& items, unsigned long long ticket);
-    /// seq: the stored record's sequence number, left as it is for other items.
-    bool Apply(WorkItem& item, long long& seq);
+    /// index: the item's in the group being written.
+    bool Apply(WorkItem& item, std::size_t index);
+    /// Compacts a record into the batch, which goes to the store when full.
+    bool Batch(WorkItem& item, std::size_t index);
+    /// Hands the batch to the store, the records' order kept.
+    bool AddBatch();
     void AfterCommit(std::vector<WorkItem> const& items);
     void ReloadSettingsIfChanged();
     void DropAll(std::vector<WorkItem> const& items, bool noStorage);
@@ -130,10 +134,15 @@ private:
     };
     std::vector<Observed> m_observed;  // the writer thread's alone: stored, not yet shown to the observer
     JsonCompactor m_compactor;         // the writer thread's alone
-    RecordToStore m_record;            // the writer thread's alone: reused, so that its texts keep their buffers
-    long long m_dataVersion = -1;      // the writer thread's alone
-    int m_failedAttempts = 0;          // the writer thread's alone
-    bool m_figuresWanted = false;      // the writer thread's alone
+    // The writer thread's alone: the records compacted and not yet handed to
+    // the store, their items in the group, and the numbers they were given.
+    // Kept from group to group, so that their texts keep their buffers.
+    std::vector<RecordToStore> m_batch;  // the first m_batchItems.size() are in use
+    std::vector<std::size_t> m_batchItems;
+    std::vector<long long> m_batchSeqs;
+    long long m_dataVersion = -1;                             // the writer thread's alone
+    int m_failedAttempts = 0;                                 // the writer thread's alone
+    bool m_figuresWanted = false;                             // the writer thread's alone
     std::chrono::steady_clock::time_point m_nextOpenAttempt;  // the writer thread's alone
     bool m_reopen = false;                  // the writer thread's alone: the database must be opened anew
     std::vector<std::string> m_spillFiles;  // the writer thread's alone: imported, not yet committed

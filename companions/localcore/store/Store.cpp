@@ -146,6 +146,11 @@ bool Store::AddRecord(RecordToStore const& record, long long* seq)
     return Guarded(*m_impl, false, [&] { return m_impl->AddRecord(record, seq); });
 }
 
+bool Store::AddRecords(RecordToStore const* records, std::size_t count, long long* seqs)
+{
+    return Guarded(*m_impl, false, [&] { return m_impl->AddRecords(records, count, seqs); });
+}
+
 long long Store::DeleteAllRecords()
 {
     return Guarded(*m_impl, -1LL, [&] { return m_impl->DeleteAllRecords(); });

@@ -14,6 +14,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 namespace Norvane {
 namespace LocalCore {
@@ -33,6 +34,7 @@ public:
     bool OpenSession(std::string const& id, std::string const& productJson, long long startedMs, long long pid);
     bool CloseSession(std::string const& id, long long endedMs);
     bool AddRecord(RecordToStore const& record, long long* seq);
+    bool AddRecords(RecordToStore const* records, std::size_t count, long long* seqs);
     long long DeleteAllRecords();
     TrimResult Trim(StoreLimits const& limits, long long nowMs);
     std::vector<StoredRecord> Records(RecordFilter const& filter);
@@ -82,6 +84,8 @@ private:
     /// Ready; Broken: the data cannot be used (missing, damaged); Failed: the
     /// database could not be read (the error says why).
     enum class Loaded { Ready, Broken, Failed };
+    /// False, with the reason, for argument text the store does not keep.
+    bool CheckArguments(std::string const& args);
     long long NameId(std::string const& name);
     /// The key of a known session, 0 for an unknown one, -1 on failure.
     long long SessionKey(std::string const& id);
@@ -104,6 +108,12 @@ private:
     RecordCodec m_codec;
     std::map<std::string, long long> m_nameIds;
     std::map<std::string, long long> m_sessionKeys;  // valid for the current write transaction only
+    struct BatchRow {
+        long long session, name;
+        std::size_t bodyStart, bodySize;  // in m_batchBodies
+    };
+    std::vector<BatchRow> m_batchRows;  // AddRecords' own, reused
+    std::string m_batchBodies;          // AddRecords' own, reused: the compressed bodies, end to end
 };
 
 /// The transaction of one writing operation: a transaction of its own

@@ -106,14 +106,21 @@ long long Store::Impl::SessionKey(std::string const& id)
     return key;
 }
 
-bool Store::Impl::AddRecord(RecordToStore const& record, long long* seq)
+bool Store::Impl::CheckArguments(std::string const& args)
 {
-    if (record.args.size() > RecordCodec::kMaxTextBytes)
+    if (args.size() > RecordCodec::kMaxTextBytes)
         return Fail("the argument text is longer than " + std::to_string(RecordCodec::kMaxTextBytes) + " bytes");
     // The core writes the text with a JSON writer; parsing every record again
     // would cost about as much as compressing it, so only its shape is checked.
-    if (record.args.size() < 2 || record.args.front() != '{' || record.args.back() != '}')
+    if (args.size() < 2 || args.front() != '{' || args.back() != '}')
         return Fail("the argument text is not a JSON object");
+    return true;
+}
+
+bool Store::Impl::AddRecord(RecordToStore const& record, long long* seq)
+{
+    if (!CheckArguments(record.args))
+        return false;
     // Inside the owner's transaction no savepoint is needed: a failed insert
     // undoes itself, and a name or dictionary added on the way is harmless.
     WriteScope scope(*this, WriteScope::Savepoint::NotNeeded);

@@ -118,6 +118,54 @@ TEST(StoreRecordsTest, CompressionStartsWithTheFirstDictionary)
         EXPECT_EQ(Record(i).args, records[static_cast<size_t>(i)].args);
 }
 
+// The writer's path: records added many at a time are stored exactly as
+// the same records added one by one (rows, numbers, compressed bodies),
+// across the moment the first dictionary is trained, and with references
+// that hold although SQLite does not check them.
+TEST(StoreRecordsTest, RecordsAddedManyAtOnceAreStoredAsOneByOne)
+{
+    TempFolder single, batched;
+    auto one = OpenStore(single.Store());
+    auto many = OpenStore(batched.Store());
+    for (Store* store : {one.get(), many.get()})
+        ASSERT_TRUE(store->OpenSession("s-1", "{}", 1, 10) && store->OpenSession("s-2", "{}", 1, 11));
+    std::vector<RecordToStore> records;
+    for (int i = 0; i < 300; ++i)
+        records.push_back(Record(i, 1000 + i, i % 3 ? "s-1" : i % 2 ? "s-2" : "", i % 5 ? "TrackEvent" : "HeartBeat"));
+    for (RecordToStore const& record : records)
+        ASSERT_TRUE(one->AddRecord(record)) << one->LastError();
+    std::vector<long long> seqs;
+    std::size_t added = 0;
+    for (std::size_t count : {1, 40, 63, 1, 31, 33, 64, 67}) {  // 300 in all
+        seqs.resize(added + count);
+        ASSERT_TRUE(many->AddRecords(&records[added], count, &seqs[added])) << many->LastError();
+        added += count;
+    }
+    ASSERT_EQ(records.size(), added);
+
+    std::vector<StoredRecord> const stored = many->Records({});
+    ASSERT_EQ(records.size(), stored.size());
+    for (std::size_t i = 0; i < stored.size(); ++i) {
+        EXPECT_EQ(seqs[i], stored[i].seq);
+        EXPECT_EQ(records[i].args, stored[i].args);
+        EXPECT_EQ(records[i].sessionId, stored[i].sessionId);
+        EXPECT_EQ(records[i].name, stored[i].name);
+        EXPECT_EQ(records[i].timeMs, stored[i].timeMs);
+    }
+    char const* const rows = "SELECT group_concat(seq || ',' || time_ms || ',' || ifnull(session, '-') || ',' || "
+                             "name || ',' || ifnull(dictionary, '-') || ',' || hex(body), ';') "
+                             "FROM (SELECT * FROM records ORDER BY seq)";
+    RawDatabase oneByOne(single.Database()), manyAtOnce(batched.Database());
+    EXPECT_EQ(oneByOne.Text(rows), manyAtOnce.Text(rows));
+    EXPECT_EQ(1, manyAtOnce.Int("SELECT count(*) FROM dictionaries"));
+    EXPECT_EQ("violations: 0", manyAtOnce.Text("SELECT 'violations: ' || count(*) FROM pragma_foreign_key_check"));
+
+    // All or nothing: one text the store refuses fails the whole call.
+    records[20].args = "[]";
+    EXPECT_FALSE(many->AddRecords(records.data(), 40));
+    EXPECT_EQ(300, many->Figures().records);
+}
+
 TEST(StoreRecordsTest, SeqNumbersAreNeverGivenTwice)
 {
     TempFolder temp;

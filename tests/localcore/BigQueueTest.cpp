@@ -1,0 +1,64 @@
+// Finalize with far more queued than the writer can write within the close
+// time-out (a 256 MiB queue, about 200,000 events, against the default 2 s):
+// it still returns, what was not written is kept in a spill file, and the
+// next process to load the core imports every record, once.
+#include "CoreHarness.h"
+
+#include <fstream>
+
+using namespace CoreTesting;
+
+namespace {
+
+// A pretty event text of about a kilobyte, with escapes, as the library sends them.
+std::string EventText(long long index)
+{
+    static std::string const payload = [] {
+        std::string text;
+        while (text.size() < 900)
+            text += "caf\\u00e9 \\\"quoted\\\" \\\\ line\\n tab\\t ";
+        return text;
+    }();
+    return "{\n    \"p\": 0,\n    \"i\": " + std::to_string(index) + ",\n    \"payload\": \"" + payload + "\"\n}";
+}
+
+}  // namespace
+
+TEST(CoreBigQueue, FinalizeSpillsWhatItCannotWriteAndTheNextProcessImportsEveryRecordOnce)
+{
+    QDX_REQUIRE_ISOLATION();
+    WriteConfiguration("QDX_LOCALCORE_QUEUE_BYTES=256M\nQDX_LOCALCORE_MAX_BYTES=8G\n");
+    fs::path const acceptedFile = "/tmp/big-queue-accepted";
+
+    // A process of its own, which ends as soon as Finalize returns, as
+    // processes do: a writer left running ends with it.
+    pid_t const first = Spawn([&] {
+        LoadedCore core;
+        if (!core.Loaded() || core.Initialize() != 0 || core.Send("SetOptedIn", R"({"OptIN": true})").code != 0 ||
+            core.Send("SetCloseTimeoutOnProductClose", R"({"CloseTimeoutOnProductClose": 2000})").code != 0)
+            return 2;
+        long long accepted = 0;
+        for (int code = 0; code == 0; accepted += code == 0 ? 1 : 0) {
+            code = core.Send("UpdateLiFlow", EventText(accepted)).code;
+            if (code != 0 && code != 104)
+                return 3;
+        }
+        std::ofstream(acceptedFile) << accepted;
+        core.Finalize();  // the bound is checked as "it returned": ExitStatus waits two minutes at most
+        return 0;
+    });
+    ASSERT_EQ(ExitStatus(first), 0);
+    long long accepted = 0;
+    std::ifstream(acceptedFile) >> accepted;
+    ASSERT_GT(accepted, 0);
+    EXPECT_FALSE(FilesStartingWith(StoreFolder(), "spill-").empty()) << "the writer wrote everything in time";
+
+    LoadedCore next;
+    ASSERT_EQ(next.Initialize(), 0);
+    ASSERT_TRUE(PollUntil([&] { return next.Send("FlushEvent", "{}").code == 0; }, std::chrono::seconds(600)));
+    std::vector<std::pair<int, long long>> const stored = Numbers(StoredRecords());
+    ASSERT_EQ(stored.size(), static_cast<std::size_t>(accepted));
+    for (long long i = 0; i < accepted; ++i)
+        ASSERT_EQ(stored[static_cast<std::size_t>(i)], std::make_pair(0, i));
+    EXPECT_TRUE(FilesStartingWith(StoreFolder(), "spill-").empty());
+}
