@@ -145,12 +145,10 @@ DatabaseHeader ReadHeader(std::string const& path)
         return corrupt("invalid page size in the header");
     if (bytes[21] != 64 || bytes[22] != 32 || bytes[23] != 32)
         return corrupt("invalid payload fractions in the header");
-    // The page count in the header is trustworthy only when it was written
-    // with the current change counter.
-    unsigned long const pageCount = ReadBigEndian(bytes + 28, 4);
-    bool const countValid = std::memcmp(bytes + 24, bytes + 92, 4) == 0 && pageCount != 0;
-    if (countValid && static_cast<unsigned long long>(size) < pageCount * 1ULL * pageSize)
-        return corrupt("truncated: shorter than the page count in its header");
+    // No verdict from the page count: while another process checkpoints, the
+    // first page (with the new count) is written before the file grows, so a
+    // sound database can look cut short for a moment. The integrity check,
+    // made inside a read transaction, finds a file that really is.
     header.userVersion = static_cast<int>(static_cast<unsigned>(ReadBigEndian(bytes + 60, 4)));
     header.state = DatabaseHeader::State::Valid;
     return header;

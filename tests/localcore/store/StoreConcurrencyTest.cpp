@@ -153,3 +153,33 @@ TEST(StoreConcurrencyTest, ReadingTheHeaderKeepsTheLocksOfThisProcess)
     ASSERT_EQ(child, waitpid(child, &status, 0));
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "no lock of this process on the database";
 }
+
+// While another process checkpoints a growing database, its first page (with
+// the new page count) reaches the file before the pages that make it longer.
+// Reading the header in that moment must not call a sound database corrupt,
+// or it would be moved aside under its writers.
+TEST(StoreConcurrencyTest, AHeaderReadDuringAnotherProcesssCheckpointIsNeverCorrupt)
+{
+    TempFolder const temp;
+    OpenStore(temp.Store()).reset();
+    pid_t const child = fork();
+    if (child == 0) {
+        RawDatabase writer(temp.Database());
+        bool written = writer.Exec("CREATE TABLE growth(x BLOB)");
+        for (int i = 0; written && i < 400; ++i)
+            written = writer.Exec("INSERT INTO growth SELECT randomblob(3000) FROM (SELECT 1 UNION ALL SELECT 2 "
+                                  "UNION ALL SELECT 3 UNION ALL SELECT 4)") &&
+                      (i % 4 != 0 || writer.Exec("PRAGMA wal_checkpoint(PASSIVE)"));
+        _exit(written ? 0 : 1);
+    }
+    int corrupt = 0;
+    std::string reason;
+    int status = -1;
+    while (waitpid(child, &status, WNOHANG) == 0) {
+        DatabaseHeader const header = DatabaseFiles::ReadHeader(temp.Database());
+        if (header.state == DatabaseHeader::State::Corrupt && corrupt++ == 0)
+            reason = header.reason;
+    }
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "the writing process failed";
+    EXPECT_EQ(0, corrupt) << reason;
+}
