@@ -11,10 +11,14 @@
 //    the two compares: each run with upload reports it as "cpu_ratio",
 //    against the runs without so far (--benchmark_enable_random_interleaving
 //    alternates them).
+//  --instructions=track_event_upload_on:COUNT (or _off) counts the calling
+//    thread's instructions per TrackEvent instead (bench/instruction_ratio.sh),
+//    which a busy machine does not disturb.
 // The local core keeps its store under the home folder, so the program runs
 // only inside tests/isolate.sh. See docs/performance.md.
 #include "CoreCompanionChoice.h"
 #include "CoreEvent.h"
+#include "InstructionCount.h"
 #include "LoopbackCollector.h"
 #include "QdxEvents.h"
 
@@ -27,6 +31,8 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -153,11 +159,44 @@ void TrackEventTimed(benchmark::State& state, bool upload)
     }
 }
 
+// TrackEvent for counting instructions; its first call, outside the count,
+// loads the core and waits until the upload thread (when wanted) has started.
+std::function<void()> CountedTrackEvent(bool upload)
+{
+    struct State {
+        QdxString sessionId;
+        Facet::Core event{nullptr, false};
+    };
+    auto state = std::make_shared<State>();
+    return [state, upload, ready = false]() mutable {
+        if (!ready) {
+            QdxBench::ConfigureLocalCore(upload ? UploadConfiguration(true)
+                                                : std::string("QDX_LOCALCORE_MAX_BYTES=1G\n"));
+            state->sessionId = UseCoreCompanion(CoreCompanion::LocalCore, true);
+            QdxBench::FillCoreEvent(state->event);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+            ready = true;
+        }
+        if (TrackEvent(state->sessionId, state->event, nullptr) != 0)
+            ++s_refused;
+    };
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
 {
     QdxBench::RequireIsolation(argv[0]);
+    int exitCode;
+    QdxBench::Operations const operations = {{"track_event_upload_off", CountedTrackEvent(false)},
+                                             {"track_event_upload_on", CountedTrackEvent(true)}};
+    if (QdxBench::RunForInstructionCount(argc, argv, operations, exitCode)) {
+        if (s_refused > 0) {
+            std::fprintf(stderr, "%lld events were refused: not a count of kept events\n", s_refused.load());
+            return 1;
+        }
+        return exitCode;
+    }
     benchmark::RegisterBenchmark("upload_rate", UploadRate)
         ->ArgNames({"records", "gzip"})
         ->Args({20000, 1})
