@@ -69,23 +69,29 @@ void LocalCore::Finish()
     if (core == nullptr)
         return;
     Writer* writer;
+    bool uploading;
     {
         // Not held while stopping: the writer's housekeeping takes it.
         std::lock_guard<std::mutex> const writerLock(core->m_writerMutex);
         writer = core->m_writer.get();
+        uploading = core->m_uploader != nullptr;
     }
-    // The upload gets what the writer left of the close time-out.
+    // Both stop within the close time-out: the upload gets what the writer
+    // left of it, and at least a tenth, so that a request in flight is
+    // settled rather than its thread abandoned.
     auto const start = std::chrono::steady_clock::now();
     long long const timeoutMs = core->CloseTimeoutMs();
-    bool stopped = writer == nullptr || writer->Stop(timeoutMs);
+    long long const uploadShareMs = uploading ? timeoutMs / 10 : 0;
+    bool stopped = writer == nullptr || writer->Stop(timeoutMs - uploadShareMs);
     Uploader* uploader;
     {
+        // The writer's housekeeping may have started one meanwhile.
         std::lock_guard<std::mutex> const writerLock(core->m_writerMutex);
         uploader = core->m_uploader.get();
     }
     long long const spentMs =
         std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
-    if (uploader != nullptr && !uploader->Stop(std::max(0LL, timeoutMs - spentMs)))
+    if (uploader != nullptr && !uploader->Stop(std::max(uploadShareMs, timeoutMs - spentMs)))
         stopped = false;
     if (!stopped) {
         StayLoaded();

@@ -20,7 +20,11 @@ constexpr long long kTransferTimeoutMs = 30000;
 // dead one's runs out within a minute.
 constexpr long long kLeaseMs = 2 * kTransferTimeoutMs;
 constexpr auto kReopenPause = std::chrono::seconds(30);
-constexpr auto kStopGrace = std::chrono::milliseconds(200);
+// A stopping thread's own deadline comes this much before the stop's (or a
+// quarter of its time, if less), so that an interrupted request is settled
+// and the thread has ended when the stop's time is up.
+constexpr long long kStopMarginMs = 200;
+constexpr long long kDestructorStopMs = 2000;
 
 long long SteadyNs(std::chrono::steady_clock::time_point time)
 {
@@ -56,7 +60,9 @@ Uploader::Uploader(std::string folder, CoreSettings& settings, UploadConfig conf
 
 Uploader::~Uploader()
 {
-    Stop(0);
+    // Only one that Finalize did not stop is still running here; its thread
+    // uses this object, so it is given the time to end.
+    Stop(kDestructorStopMs);
 }
 
 void Uploader::Start()
@@ -79,18 +85,20 @@ void Uploader::SetConfig(UploadConfig config)
 
 bool Uploader::Stop(long long timeoutMs)
 {
-    auto const deadline = Clock::now() + std::chrono::milliseconds(std::max(0LL, timeoutMs));
+    timeoutMs = std::max(0LL, timeoutMs);
+    auto const deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    auto const margin = std::chrono::milliseconds(std::min(kStopMarginMs, timeoutMs / 4));
     {
         std::lock_guard<std::mutex> const lock(m_mutex);
         if (!m_started || !m_thread.joinable())
             return true;
         m_stopping = true;
-        m_deadlineNs = SteadyNs(deadline);
+        m_deadlineNs = SteadyNs(deadline - margin);
         m_wake.notify_all();
     }
     m_transport.Wake();
     std::unique_lock<std::mutex> lock(m_mutex);
-    if (!m_wake.wait_until(lock, deadline + kStopGrace, [&] { return m_finished; })) {
+    if (!m_wake.wait_until(lock, deadline, [&] { return m_finished; })) {
         CoreLog("upload thread did not stop in time; left running");
         m_thread.detach();
         return false;

@@ -100,7 +100,7 @@ bool Writer::Stop(long long timeoutMs)
     // in the other half.
     if (!m_statusChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs / 2), [&] { return m_finished; })) {
         m_stopDeadlinePassed = true;
-        if (!m_statusChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs - timeoutMs / 2 + 200),
+        if (!m_statusChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs - timeoutMs / 2),
                                       [&] { return m_finished; })) {
             CoreLog("writer did not stop in time; left running");
             m_thread.detach();
