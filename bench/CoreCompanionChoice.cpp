@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <map>
 #include <memory>
 #include <thread>
 
@@ -143,7 +144,7 @@ long long DatabaseFileBytes()
     return FileBytes(s_database) + FileBytes(s_database + "-wal");
 }
 
-long long RecordsOnDisk()
+long long RecordsOnDisk(long long* removedByLimits)
 {
     std::string const folder = s_database.substr(0, s_database.rfind('/'));
     // A writer may hold the database for a moment (the figures come back
@@ -159,8 +160,17 @@ long long RecordsOnDisk()
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
         std::unique_ptr<Norvane::LocalCore::Store> const store =
             Norvane::LocalCore::Store::Open(folder, report, Norvane::LocalCore::OpenMode::ReadOnly);
-        if (store != nullptr)
+        if (store != nullptr) {
             figures = store->Figures();
+            std::map<std::string, long long> const counters = store->Counters();
+            if (removedByLimits != nullptr) {
+                *removedByLimits = 0;
+                for (char const* name : {"removed_by_size", "removed_by_age"}) {
+                    auto const counter = counters.find(name);
+                    *removedByLimits += counter != counters.end() ? counter->second : 0;
+                }
+            }
+        }
     }
     std::vector<Norvane::LocalCore::WorkItem> spilled;
     std::vector<std::string> files;

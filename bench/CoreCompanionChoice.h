@@ -39,7 +39,9 @@ long long DroppedRecords(Norvane::QDXDesktopSDK::JsonValue const& status);
 long long DatabaseFileBytes();
 /// The records on disk, read apart from any core: those the database holds
 /// (committed) and those waiting in spill files for the next core to import.
-long long RecordsOnDisk();
+/// removedByLimits, when given, receives how many the store's size and age
+/// limits removed (its counters), which are not lost but let go by design.
+long long RecordsOnDisk(long long* removedByLimits = nullptr);
 
 /// Refuses to run (message and exit) outside the private home folder, /tmp
 /// and /opt of tests/isolate.sh, since the local core writes under them.

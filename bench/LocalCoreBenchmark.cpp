@@ -229,7 +229,7 @@ int ThreadCount()
 // spilled) is what survives should the process now exit.
 void FinalizeFullQueue(benchmark::State& state)
 {
-    long long accepted = 0, kept = 0;
+    long long accepted = 0, kept = 0, removed = 0;
     QdxBench::ConfigureLocalCore("QDX_LOCALCORE_QUEUE_BYTES=" + std::to_string(state.range(0)) +
                                  "M\nQDX_LOCALCORE_MAX_BYTES=1G\n");
     for (auto _ : state) {
@@ -244,7 +244,7 @@ void FinalizeFullQueue(benchmark::State& state)
         Clock::time_point const start = Clock::now();
         QdxBench::UnloadCoreCompanion();
         state.SetIterationTime(Seconds(start));
-        kept = QdxBench::RecordsOnDisk();
+        kept = QdxBench::RecordsOnDisk(&removed);
         // A writer that did not stop in time goes on in this process: the
         // next measurement waits until it has ended.
         for (Clock::time_point const until = Clock::now() + std::chrono::minutes(2);
@@ -253,7 +253,8 @@ void FinalizeFullQueue(benchmark::State& state)
     }
     QdxBench::ConfigureLocalCore("");
     state.counters["accepted"] = static_cast<double>(accepted);
-    state.counters["lost_on_exit"] = static_cast<double>(accepted - kept);
+    state.counters["removed_by_limits"] = static_cast<double>(removed);
+    state.counters["lost_on_exit"] = static_cast<double>(accepted - kept - removed);
 }
 
 }  // namespace
