@@ -20,6 +20,7 @@
 #include <cstdio>
 #include <fstream>
 #include <sstream>
+#include <vector>
 
 namespace Norvane {
 namespace LocalCore {
@@ -35,6 +36,9 @@ std::mutex& s_coreMutex = s_coreMutexStorage.Get();
 std::atomic<LocalCore*> s_core{nullptr};
 std::once_flag s_forkHandlers;
 Writer* s_forkedWriter = nullptr;  // guarded by s_coreMutex: the writer held still during a fork
+// Cores whose threads could not be stopped in time: those threads still use
+// them, so they are kept, and reachable, for the rest of the process.
+NeverDestroyed<std::vector<LocalCore*>> s_abandonedCores;  // guarded by s_coreMutex
 
 // Keeps this library mapped for the rest of the process: a writer thread
 // that could not be stopped in time still runs its code.
@@ -95,7 +99,8 @@ void LocalCore::Finish()
         stopped = false;
     if (!stopped) {
         StayLoaded();
-        return;  // the core stays, for the thread that still uses it
+        s_abandonedCores.Get().push_back(core);
+        return;
     }
     delete core;
 }
