@@ -29,6 +29,12 @@ void CoreSettings::Replace(std::map<std::string, std::string> settings)
 {
     std::lock_guard<std::mutex> const lock(m_mutex);
     m_settings = std::move(settings);
+    for (auto const& [name, value] : m_unwritten) {
+        if (value)
+            m_settings[name] = *value;
+        else
+            m_settings.erase(name);
+    }
     Derive();
 }
 
@@ -43,6 +49,7 @@ void CoreSettings::Set(char const* name, std::string const& value)
 {
     std::lock_guard<std::mutex> const lock(m_mutex);
     m_settings[name] = value;
+    m_unwritten[name] = value;
     Derive();
 }
 
@@ -50,7 +57,22 @@ void CoreSettings::Remove(char const* name)
 {
     std::lock_guard<std::mutex> const lock(m_mutex);
     m_settings.erase(name);
+    m_unwritten[name] = std::nullopt;
     Derive();
+}
+
+void CoreSettings::Written(std::string const& name, std::optional<std::string> const& value)
+{
+    std::lock_guard<std::mutex> const lock(m_mutex);
+    auto const found = m_unwritten.find(name);
+    if (found != m_unwritten.end() && found->second == value)
+        m_unwritten.erase(found);  // a later change of the same setting stays until it is written too
+}
+
+void CoreSettings::ForgetUnwrittenAfterFork()
+{
+    std::lock_guard<std::mutex> const lock(m_mutex);
+    m_unwritten.clear();
 }
 
 std::map<std::string, std::string> CoreSettings::All() const

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 
 namespace Norvane {
@@ -30,10 +31,17 @@ constexpr char kGlint[] = "glint";                      ///< JSON of the last "I
 /// wait for the disk.
 class CoreSettings {
 public:
+    /// The database's settings, with this process's changes that the writer
+    /// has not written yet laid over them: a reread never undoes them.
     void Replace(std::map<std::string, std::string> settings);
     std::string Get(char const* name, std::string const& fallback = std::string()) const;
+    /// Changes the setting here at once; the caller queues its write.
     void Set(char const* name, std::string const& value);
     void Remove(char const* name);
+    /// The writer committed `value` (none: the removal) for `name`.
+    void Written(std::string const& name, std::optional<std::string> const& value);
+    /// In a forked child: the changes still unwritten are the parent's writer's to write.
+    void ForgetUnwrittenAfterFork();
     std::map<std::string, std::string> All() const;
     void LockForFork() { m_mutex.lock(); }
     void UnlockAfterFork() { m_mutex.unlock(); }
@@ -48,7 +56,8 @@ private:
     void Derive();  // m_mutex held
 
     mutable std::mutex m_mutex;
-    std::map<std::string, std::string> m_settings;  // guarded by m_mutex
+    std::map<std::string, std::string> m_settings;                  // guarded by m_mutex
+    std::map<std::string, std::optional<std::string>> m_unwritten;  // guarded by m_mutex; none: removed
     std::atomic<bool> m_consented{false};
     std::atomic<bool> m_disabled{false};
     std::atomic<bool> m_consentIgnored{false};

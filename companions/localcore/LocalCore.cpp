@@ -365,6 +365,7 @@ void LocalCore::ForgetWriterAfterFork()
     m_liveWriter.store(nullptr);
     static_cast<void>(m_writer.release());
     m_queue.ForgetAfterFork();
+    m_settings.ForgetUnwrittenAfterFork();
 }
 
 }  // namespace LocalCore

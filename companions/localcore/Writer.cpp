@@ -225,10 +225,10 @@ void Writer::OpenStore()
     if (!report.movedAsideTo.empty())
         CoreLog("the database was corrupt: kept as %s, a fresh one made", report.movedAsideTo.c_str());
     if (m_store != nullptr) {
+        m_dataVersion = m_store->DataVersion();  // before the read, so that no commit between is missed
         if (!m_options.keepInheritedSettings)
             m_settings.Replace(m_store->Settings());
         m_options.keepInheritedSettings = false;
-        m_dataVersion = m_store->DataVersion();
         std::vector<WorkItem> spilled;
         SpillFile::ReadAll(m_options.folder, spilled, m_spillFiles);
         if (!spilled.empty()) {
@@ -319,7 +319,6 @@ Writer::GroupOutcome Writer::WriteGroup(std::vector<WorkItem>& items)
         }
         m_figuresWanted = false;
     }
-    m_dataVersion = m_store->DataVersion();
     SpillFile::Remove(m_spillFiles);  // their items were in this group or an earlier one
     m_spillFiles.clear();
     AfterCommit(items);
@@ -389,6 +388,12 @@ bool Writer::AddBatch()
 
 void Writer::AfterCommit(std::vector<WorkItem> const& items)
 {
+    for (WorkItem const& item : items) {
+        if (item.kind == WorkItem::Kind::SetSetting)
+            m_settings.Written(item.name, item.text);
+        else if (item.kind == WorkItem::Kind::RemoveSetting)
+            m_settings.Written(item.name, std::nullopt);
+    }
     for (Observed const& record : m_observed) {
         WorkItem const& item = items[record.item];
         m_observer(StoredRecordView{record.seq, item.timeMs, item.sessionId, item.name, item.text});

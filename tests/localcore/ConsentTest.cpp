@@ -1,5 +1,9 @@
 // Consent, its preferences, opting out, and the consent dialog's state and texts.
 #include "CoreHarness.h"
+#include "CoreSettings.h"
+
+#include <atomic>
+#include <thread>
 
 using namespace CoreTesting;
 
@@ -115,4 +119,47 @@ TEST(CoreConsentWithoutStrings, ACoreWithoutItsStringsFileHasNone)
     ASSERT_TRUE(core.Loaded());
     EXPECT_EQ(core.Send("IsDialogStringsAvailable", R"({"locale": "en_US"})").code, 107);
     EXPECT_EQ(core.Send("GetPXDialogStrings", R"({"locale": "en_US"})").code, 107);
+}
+
+// Another process's commit makes this one read the settings again; an opt-out
+// committed there must reach a process whose writer is busy with records.
+TEST_F(CoreConsent, AnOptOutCommittedByAnotherProcessReachesAProcessThatKeepsRecording)
+{
+    OptIn();
+    ASSERT_EQ(Code("FlushEvent"), 0);
+    std::atomic<bool> stop{false};
+    std::thread recorder([&] {
+        for (long long i = 0; !stop.load(); ++i) {
+            Send("UpdateLiFlow", NumberedRecord(0, i));
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    });
+    Query("UPDATE settings SET value = 'out' WHERE name = 'consent'");
+    EXPECT_TRUE(PollUntil([&] { return Code("IsOptedIn") == 103; }, std::chrono::seconds(10)));
+    stop = true;
+    recorder.join();
+}
+
+// The writer rereads the settings after another process's commit, which may
+// come before it has written this process's latest change.
+TEST(CoreSettingsReread, AChangeNotYetWrittenOutlivesARereadUntilItIsWritten)
+{
+    CoreSettings settings;
+    settings.Set(Setting::kConsent, "in");
+    settings.Replace({});
+    EXPECT_TRUE(settings.Consented());
+    settings.Set(Setting::kConsent, "out");
+    settings.Written(Setting::kConsent, std::string("in"));  // the earlier change: the later one still waits
+    settings.Replace({{Setting::kConsent, "in"}});
+    EXPECT_FALSE(settings.Consented());
+    settings.Written(Setting::kConsent, std::string("out"));
+    settings.Replace({{Setting::kConsent, "in"}});
+    EXPECT_TRUE(settings.Consented());
+
+    settings.Remove(Setting::kConsent);
+    settings.Replace({{Setting::kConsent, "in"}});
+    EXPECT_FALSE(settings.Consented());
+    settings.Written(Setting::kConsent, std::nullopt);
+    settings.Replace({{Setting::kConsent, "in"}});
+    EXPECT_TRUE(settings.Consented());
 }
