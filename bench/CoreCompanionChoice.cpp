@@ -165,7 +165,7 @@ long long RecordsOnDisk(long long* removedByLimits)
             std::map<std::string, long long> const counters = store->Counters();
             if (removedByLimits != nullptr) {
                 *removedByLimits = 0;
-                for (char const* name : {"removed_by_size", "removed_by_age"}) {
+                for (char const* name : Norvane::LocalCore::LimitCounter::kAll) {
                     auto const counter = counters.find(name);
                     *removedByLimits += counter != counters.end() ? counter->second : 0;
                 }

@@ -77,5 +77,11 @@ void CoreLog(char const* format, ...)
     close(file);
 }
 
+void CoreLogMovedAside(std::string const& movedAsideTo)
+{
+    if (!movedAsideTo.empty())
+        CoreLog("the database was corrupt: kept as %s, a fresh one made", movedAsideTo.c_str());
+}
+
 }  // namespace LocalCore
 }  // namespace Norvane

@@ -12,6 +12,9 @@ namespace LocalCore {
 /// Readable by its owner only; kept under 1 MiB by moving it to "core.log.1".
 void SetCoreLogFolder(std::string const& folder);
 void CoreLog(char const* format, ...) __attribute__((format(printf, 1, 2)));
+/// The line for a corrupt database that opening the store moved aside to
+/// `movedAsideTo`; nothing when it is empty (nothing was moved).
+void CoreLogMovedAside(std::string const& movedAsideTo);
 void LockCoreLogForFork();
 void UnlockCoreLogAfterFork();
 

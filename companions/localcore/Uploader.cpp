@@ -178,8 +178,7 @@ long long Uploader::SendPending()
                 OpenOptions options;
                 options.interrupt = [this] { return Interrupted(); };
                 m_store = Store::Open(m_folder, report, options);
-                if (!report.movedAsideTo.empty())
-                    CoreLog("the database was corrupt: kept as %s, a fresh one made", report.movedAsideTo.c_str());
+                CoreLogMovedAside(report.movedAsideTo);
                 if (m_store == nullptr) {
                     m_nextOpen = Clock::now() + kReopenPause;
                     CoreLog("upload: no storage: %s", report.error.c_str());

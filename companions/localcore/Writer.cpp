@@ -222,8 +222,7 @@ void Writer::OpenStore()
         m_store.reset();
     if (m_store == nullptr)
         m_nextOpenAttempt = Clock::now() + kOpenRetryPause;
-    if (!report.movedAsideTo.empty())
-        CoreLog("the database was corrupt: kept as %s, a fresh one made", report.movedAsideTo.c_str());
+    CoreLogMovedAside(report.movedAsideTo);
     if (m_store != nullptr) {
         m_dataVersion = m_store->DataVersion();  // before the read, so that no commit between is missed
         if (!m_options.keepInheritedSettings)

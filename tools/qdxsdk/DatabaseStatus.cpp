@@ -12,9 +12,6 @@ namespace QdxTool {
 
 namespace {
 
-// The store's counts of the records its limits removed (full, too old).
-constexpr char const* kRemovedCounters[] = {"removed_by_size", "removed_by_age"};
-
 std::string TimeOrNone(LocalCore::StoreFigures const& figures, long long timeMs)
 {
     return figures.records > 0 ? LocalCore::Rfc3339Utc(timeMs) : std::string("-");
@@ -52,7 +49,7 @@ bool ReadStatus(LocalCore::Store& store, Status& status, std::string& error)
     // Shown even before the first count, so that scripts find them all.
     for (int reason = 0; reason < static_cast<int>(LocalCore::DropReason::Count); ++reason)
         status.counters.emplace(LocalCore::DropCounters::CounterName(static_cast<LocalCore::DropReason>(reason)), 0);
-    for (char const* const name : kRemovedCounters)
+    for (char const* const name : LocalCore::LimitCounter::kAll)
         status.counters.emplace(name, 0);
     for (char const* const name : LocalCore::UploadCounter::kAll)
         status.counters.emplace(name, 0);

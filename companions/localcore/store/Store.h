@@ -23,6 +23,13 @@
 namespace Norvane {
 namespace LocalCore {
 
+/// The counters of the records the store's limits removed.
+namespace LimitCounter {
+constexpr char kRemovedBySize[] = "removed_by_size";  ///< the oldest, to keep the store within its size
+constexpr char kRemovedByAge[] = "removed_by_age";    ///< older than the age limit
+constexpr char const* kAll[] = {kRemovedBySize, kRemovedByAge};
+}  // namespace LimitCounter
+
 /// ReadWrite creates, migrates and repairs the database; ReadOnly (for the
 /// command-line tool) only reads an existing one and never writes, also while
 /// a writer is active.
@@ -156,7 +163,7 @@ public:
     };
     /// Removes records older than limits.maxAgeMs before nowMs, then the
     /// oldest records (by seq) until the live data fits limits.maxBytes, adds
-    /// the counts to the counters "removed_by_age" and "removed_by_size", drops
+    /// the counts to the LimitCounter counters, drops
     /// ended sessions that no record needs any more, and gives the freed pages
     /// back to the file system.
     TrimResult Trim(StoreLimits const& limits, long long nowMs);

@@ -92,9 +92,9 @@ Store::TrimResult Store::Impl::Trim(StoreLimits const& limits, long long nowMs)
         return result;
     std::map<std::string, long long> counts;
     if (result.removedByAge > 0)
-        counts["removed_by_age"] = result.removedByAge;
+        counts[LimitCounter::kRemovedByAge] = result.removedByAge;
     if (result.removedBySize > 0)
-        counts["removed_by_size"] = result.removedBySize;
+        counts[LimitCounter::kRemovedBySize] = result.removedBySize;
     // The freed pages go back to the file system (at the next checkpoint).
     if (!AddToCountersInScope(counts) || !m_connection->Exec("PRAGMA incremental_vacuum") || !scope.Commit())
         return result;
